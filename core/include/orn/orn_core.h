@@ -1,0 +1,18 @@
+/**
+ * @file
+ * Everything of orn_core, the MAT-file storage included.
+ */
+#pragma once
+
+#include <orn/ImageModel.h>
+#include <orn/Init.h>
+#include <orn/matlab/AddImage.h>
+#include <orn/matlab/CxMatlabImageLoader.h>
+#include <orn/matlab/CxMatlabImageMetadata.h>
+#include <orn/matlab/CxMatlabImageSaver.h>
+#include <orn/matlab/CxMatlabMetadataLoader.h>
+#include <orn/matlab/CxMatlabMetadataSaver.h>
+#include <orn/matlab/EntropyImage.h>
+#include <orn/matlab/LoadImageFromMat.h>
+#include <orn/matlab/MatFile.h>
+#include <orn/matlab/MatVariables.h>

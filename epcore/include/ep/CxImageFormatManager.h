@@ -1,0 +1,93 @@
+/**
+ * @file
+ * Reading and writing image files of any known format.
+ */
+#pragma once
+
+#include <ep/CxMetadata.h>
+#include <ep/Export.h>
+#include <ep/SxFileError.h>
+#include <ep/SxImageBuf.h>
+
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <memory>
+
+namespace ep {
+
+/** One format, for lists shown to people. */
+struct SxFormatInfo {
+    QString filter;        ///< "TIFF image (*.tif *.tiff)"
+    QStringList suffixes;  ///< "tif", "tiff": lower case, without dot; "*" stands for any
+    QString provider;      ///< display name of the class, or the plug-in file that brings it when it is not loaded yet
+    int rank = 0;          ///< candidates for the same suffix: the higher is tried first
+    bool reads = false;    ///< a loader serves it
+    bool writes = false;   ///< a saver serves it
+};
+
+/**
+ * Chooses loaders and savers by file suffix, from the class registry and from the format plug-ins, each of which is
+ * loaded the first time that a file needs it. All members are thread-safe; separate files can be read and written side
+ * by side.
+ *
+ * Loading sets bitDepth and the metadata's colorBitDepth from what the file says, keeps samples bit for bit and mosaics
+ * as mosaics.
+ *
+ * Saving never leaves half a file: the image goes to a temporary file in the target's folder, which is proved (read
+ * back and compared sample for sample, or by its exact size where the format's loader cannot read what its saver
+ * wrote), flushed to disk and renamed over the target. After a full disk, any other failure or a kill the old file is
+ * whole.
+ */
+class EP_EXPORT CxImageFormatManager {
+public:
+    /** The one manager, made at first use; never null. */
+    static CxImageFormatManager* instance();
+
+    /**
+     * Reads the image file @p path into @p image, which must be empty and is the caller's to free, and its metadata
+     * into
+     * @p metadata where that is given. False, with @p image empty, when it cannot.
+     */
+    static bool loadImageFromFile(const QString& path, SxImageBuf& image, CxMetadata* metadata);
+    /** As above, with the reason of a failure in @p error and loader options (see IxDataLoader::options()). */
+    static bool loadImageFromFile(const QString& path, SxImageBuf& image, CxMetadata* metadata,
+                                  const QMap<QString, QVariant>* options, SxFileError* error);
+
+    /**
+     * Writes @p image, with @p metadata where given, to @p path.
+     * @param options         options of the format's saver; may be null
+     * @param refuseReplace   true refuses to replace an existing file
+     * @param format          suffix that forces a format; empty: the suffix of @p path
+     */
+    static bool saveImageToFile(const QString& path, const SxImageBuf& image, const CxMetadata* metadata,
+                                const QMap<QString, QVariant>* options, bool refuseReplace, const QString& format);
+    /** As above, with the reason of a failure in @p error. */
+    static bool saveImageToFile(const QString& path, const SxImageBuf& image, const CxMetadata* metadata,
+                                const QMap<QString, QVariant>* options, bool refuseReplace, const QString& format,
+                                SxFileError* error);
+
+    /** Every format that can be read or written, sorted by filter text, the not yet loaded plug-ins' included. */
+    QList<SxFormatInfo> formats() const;
+
+    /** Looks for format plug-ins in @p folder too; their names must not be known yet. */
+    void addPluginFolder(const QString& folder);
+
+    /** Most bytes that one image may take; larger ones are refused. Half of the machine's memory unless set. */
+    qint64 memoryLimit() const;
+    void setMemoryLimit(qint64 bytes);  ///< sets memoryLimit(); 0 or less: the default
+
+    CxImageFormatManager(const CxImageFormatManager&) = delete;
+    CxImageFormatManager& operator=(const CxImageFormatManager&) = delete;
+
+private:
+    CxImageFormatManager();
+    ~CxImageFormatManager();
+    struct Private;
+    std::unique_ptr<Private> m_d;
+};
+
+}  // namespace ep
