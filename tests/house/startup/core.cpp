@@ -1,0 +1,9 @@
+#include "SharedObjects.h"
+
+#include <QString>
+
+int main()
+{
+    printSharedObjects();
+    return QStringLiteral("core").isEmpty();
+}
