@@ -6,6 +6,7 @@
 
 #include <ep/ExImageDataType.h>
 #include <ep/SxImageBuf.h>
+#include <ep/internal/ImageCheck.h>
 
 #include <cstddef>
 
@@ -79,11 +80,25 @@ inline ConstPlaneView planeView(const SxImageBuf& image, qint32 channel)
     return makePlaneView(static_cast<const unsigned char*>(image.data), image, channel);
 }
 
-/** True when @p image has samples, positive sizes, a known sample type and a layout that is packed or planar. */
-inline bool isSound(const SxImageBuf& image)
+/**
+ * How many runs of rows @p image is stored in: one per channel when planar; one when packed, whose rows
+ * hold the samples of all channels.
+ */
+inline qint32 storedPlaneCount(const SxImageInfo& image)
 {
-    return image.data && image.width > 0 && image.height > 0 && image.channels > 0
-           && sampleFacts(image.dataType).bytes > 0 && (image.layout == LayoutPacked || image.layout == LayoutPlanar);
+    return image.layout == LayoutPlanar ? image.channels : 1;
+}
+
+/** Run @p plane of an image's storage, as rows of samples that stand side by side. */
+template <typename Image>
+auto storedPlane(Image& image, qint32 plane)
+{
+    auto view = planeView(image, plane);
+    if (image.layout == LayoutPacked) {
+        view.pixelStep /= image.channels;
+        view.width *= image.channels;
+    }
+    return view;
 }
 
 }  // namespace internal

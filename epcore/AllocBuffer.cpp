@@ -1,0 +1,114 @@
+#include <ep/AllocBuffer.h>
+
+#include <ep/ExStatus.h>
+#include <ep/internal/BufferBookkeeping.h>
+#include <ep/internal/ImageCheck.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#if defined(Q_OS_LINUX)
+#include <sys/mman.h>
+#endif
+
+namespace ep {
+
+namespace {
+
+constexpr std::size_t smallAlignment = 64;                   // one cache line
+constexpr std::size_t hugePage = std::size_t(2) << 20;       // 2 MiB
+constexpr std::size_t hugeThreshold = std::size_t(4) << 20;  // below this the rounding costs more than it gains
+constexpr qint64 addressSpaceBytes = qint64(1) << 56;        // no 64-bit system gives a process more
+
+// The first touch of a large image in small pages takes longer than most operations on it.
+void* allocateByDefault(std::size_t bytes)
+{
+    const bool large = bytes >= hugeThreshold;
+    void* storage = nullptr;
+    if (posix_memalign(&storage, large ? hugePage : smallAlignment, bytes) != 0)
+        return nullptr;
+#if defined(MADV_HUGEPAGE)
+    if (large)
+        madvise(storage, bytes, MADV_HUGEPAGE);  // advice only: a refusal changes nothing
+#endif
+    return storage;
+}
+
+void freeByDefault(void* storage)
+{
+    std::free(storage);
+}
+
+bool copyByDefault(void* destination, const void* source, std::size_t rowBytes, std::size_t rows, std::size_t stride)
+{
+    if (rowBytes == stride) {
+        std::memcpy(destination, source, rowBytes * rows);
+        return true;
+    }
+    for (std::size_t y = 0; y < rows; ++y)
+        std::memcpy(static_cast<char*>(destination) + y * stride, static_cast<const char*>(source) + y * stride,
+                    rowBytes);
+    return true;
+}
+
+// Sets the stride where the caller left the choice, and computes the bytes of the whole storage.
+ExStatus computeSizes(SxImageInfo& info, qint64& bytes)
+{
+    const ExStatus status = internal::checkDescription(info);
+    if (failed(status))
+        return status;
+    const internal::CheckedSize row = internal::rowBytes(info);
+    if (!row.fits(std::numeric_limits<qint32>::max()))
+        return StatusSizeOverflow;
+    if (info.stride == 0)
+        info.stride = static_cast<qint32>(row.value());
+    if (info.stride < row.value())
+        return StatusInvalidArgument;
+    const internal::CheckedSize storage = internal::storedRows(info) * info.stride;
+    if (!storage.fits(addressSpaceBytes))
+        return StatusSizeOverflow;
+    bytes = storage.value();
+    return StatusOk;
+}
+
+}  // namespace
+
+unsigned int AllocBuffer(const SxImageInfo& description, SxImageBuf& buffer, bool clear, AllocateFunction allocate,
+                         FreeFunction release, CopyFunction copy)
+{
+    SxImageInfo info = description;  // the two references may be one record
+    internal::makeEmpty(buffer);
+    if (!allocate != !release)
+        return StatusInvalidArgument;  // storage would go back to where it did not come from
+    qint64 bytes = 0;
+    const ExStatus status = computeSizes(info, bytes);
+    if (failed(status))
+        return status;
+
+    internal::BufferBookkeeping books;
+    books.allocate = allocate ? allocate : &allocateByDefault;
+    books.release = release ? release : &freeByDefault;
+    books.copy = copy ? copy : &copyByDefault;
+    books.bytes = static_cast<quint64>(bytes);
+    books.base = books.allocate(static_cast<std::size_t>(bytes));
+    if (!books.base)
+        return StatusOutOfMemory;
+    if (clear)
+        std::memset(books.base, 0, static_cast<std::size_t>(bytes));
+
+    static_cast<SxImageInfo&>(buffer) = info;
+    buffer.data = books.base;
+    books.writeTo(buffer);
+    return StatusOk;
+}
+
+void FreeBuffer(SxImageBuf& buffer)
+{
+    const internal::BufferBookkeeping books = internal::BufferBookkeeping::readFrom(buffer);
+    if (books.base && books.release)
+        books.release(books.base);
+    internal::makeEmpty(buffer);
+}
+
+}  // namespace ep
