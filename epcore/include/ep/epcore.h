@@ -33,6 +33,7 @@
 #include <ep/RawChannelsOffsets.h>
 #include <ep/ReverseRowOrder.h>
 #include <ep/SameSamples.h>
+#include <ep/SampleRange.h>
 #include <ep/SetChannel.h>
 #include <ep/SxFileError.h>
 #include <ep/SxImageBuf.h>
