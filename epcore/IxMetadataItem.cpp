@@ -1,0 +1,9 @@
+#include <ep/IxMetadataItem.h>
+
+namespace ep {
+
+IxMetadataItem::IxMetadataItem(QObject* parent) : QObject(parent) {}
+
+IxMetadataItem::~IxMetadataItem() = default;
+
+}  // namespace ep

@@ -1,0 +1,9 @@
+#include <ep/IxMetadataSaver.h>
+
+namespace ep {
+
+IxMetadataSaver::IxMetadataSaver(QObject* parent) : QObject(parent) {}
+
+IxMetadataSaver::~IxMetadataSaver() = default;
+
+}  // namespace ep
