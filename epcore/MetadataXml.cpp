@@ -5,6 +5,7 @@
 #include <QXmlStreamReader>
 
 #include <algorithm>
+#include <iterator>
 
 namespace ep {
 
@@ -49,6 +50,43 @@ QDomElement readDomTag(const QXmlStreamReader& reader, QDomDocument& doc)
     return element;
 }
 
+/** Where the tag that starts at @p start ends; -1 when it does not or has too many attributes. */
+int endOfTag(const QString& xml, int start)
+{
+    constexpr int quotesPerAttribute = 2;
+    int quotes = 0;
+    QChar open;
+    for (int i = start; i < xml.size(); ++i) {
+        const QChar c = xml.at(i);
+        if (open.isNull() && c == QLatin1Char('>'))
+            return quotes <= quotesPerAttribute * maxMetadataAttributes ? i : -1;
+        if (!open.isNull() ? c == open : c == QLatin1Char('"') || c == QLatin1Char('\'')) {
+            open = open.isNull() ? c : QChar();
+            ++quotes;
+        }
+    }
+    return -1;
+}
+
+/** True when no element has too many attributes, as far as the text is well-formed. */
+bool hasModestTags(const QString& xml)
+{
+    constexpr struct {
+        const char* begin;
+        const char* end;
+    } passedOver[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+
+    for (int i = xml.indexOf(QLatin1Char('<')); i >= 0; i = xml.indexOf(QLatin1Char('<'), i)) {
+        const QStringView rest = QStringView(xml).mid(i);
+        const auto* found = std::find_if(std::begin(passedOver), std::end(passedOver),
+                                         [&](const auto& part) { return rest.startsWith(QLatin1String(part.begin)); });
+        i = found != std::end(passedOver) ? xml.indexOf(QLatin1String(found->end), i) : endOfTag(xml, i);
+        if (i < 0)
+            return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 void startMetadataXml(QXmlStreamReader& reader, const QString& xml)
@@ -60,6 +98,8 @@ void startMetadataXml(QXmlStreamReader& reader, const QString& xml)
 
 bool isSoundMetadataXml(const QString& xml)
 {
+    if (!hasModestTags(xml))
+        return false;
     QXmlStreamReader reader;
     startMetadataXml(reader, xml);
     int depth = 0;

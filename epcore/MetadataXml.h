@@ -21,9 +21,12 @@ constexpr char metadataClassAttribute[] = "class";
 /** Deepest nesting of elements, the root included. */
 constexpr int maxMetadataDepth = 256;
 
+/** Most attributes of one element: QXmlStreamReader compares each with each. */
+constexpr int maxMetadataAttributes = 256;
+
 /**
- * True when @p xml is well-formed, has the root element of metadata, no document type declaration and no nesting past
- * maxMetadataDepth. Only such text may be handed to the DOM classes, which crash on deep nesting.
+ * True when @p xml is well-formed, has the root element of metadata, no document type declaration and nothing past the
+ * two limits above. Only such text may be handed to the DOM classes, which crash on deep nesting.
  */
 bool isSoundMetadataXml(const QString& xml);
 

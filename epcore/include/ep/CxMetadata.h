@@ -59,11 +59,12 @@ public:
 
     /**
      * Replaces the items by those in @p xml. Each element goes to the first registered IxMetadataLoader that lists its
-     * class; one whose class nobody serves is kept verbatim and written out again by saveToXml().
+     * class; one whose class nobody serves is kept verbatim and written out again by saveToXml() (unless one of its
+     * names is not ASCII, which no reference can stand for).
      *
-     * @return false on malformed XML, a document type declaration or nesting deeper than 256 (no item is then held),
-     * and when an item's loader says false (items read before and after it are held, and so is what the loader could
-     * set of that item). Cost is linear in the text.
+     * @return false on malformed XML, another root element, a document type declaration, nesting deeper than 256 or
+     * more than 256 attributes of one element (no item is then held), and when an item's loader says false (items read
+     * before and after it are held, and so is what the loader could set of that item). Cost is linear in the text.
      */
     bool loadFromXml(const QString& xml);
 

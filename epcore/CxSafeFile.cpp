@@ -1,0 +1,161 @@
+#include <ep/CxSafeFile.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRandomGenerator>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ep {
+
+namespace {
+
+constexpr mode_t permissionBits = 0777;
+
+/** A file descriptor, closed at the end of its scope. */
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : m_fd(fd) {}
+    ~Descriptor()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    bool isOpen() const { return m_fd >= 0; }
+    int fd() const { return m_fd; }
+
+private:
+    int m_fd;
+};
+
+QString reasonOf(int code)
+{
+    switch (code) {
+    case ENOENT:
+    case ENOTDIR: return QStringLiteral("its folder does not exist");
+    case EACCES:
+    case EPERM:
+    case EROFS: return QStringLiteral("its folder cannot be written");
+    case ENOSPC:
+    case EDQUOT: return QStringLiteral("the disk is full");
+    case ENAMETOOLONG: return QStringLiteral("its name is too long");
+    case EEXIST: return QStringLiteral("the file exists already");
+    default: return qt_error_string(code);
+    }
+}
+
+bool fail(SxFileError& error, const QString& reason)
+{
+    error = {ExFileError::Unwritable, reason};
+    return false;
+}
+
+/** @p path with symbolic links of its last part followed, also to a file that does not exist yet. */
+QString behindLinks(QString path)
+{
+    constexpr int mostLinks = 40;  // as the kernel
+    for (int i = 0; i < mostLinks && QFileInfo(path).isSymLink(); ++i)
+        path = QFileInfo(path).symLinkTarget();
+    return path;
+}
+
+/** ".NAME-0123abcd.SUFFIX" beside @p target. */
+QString temporaryBeside(const QString& target)
+{
+    constexpr int longestName = 255;
+    const QFileInfo file(target);
+    const QString suffix = file.suffix().isEmpty() ? QString() : QLatin1Char('.') + file.suffix();
+    const QString unique = QStringLiteral("-%1").arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'));
+    QString name = file.completeBaseName();
+    while (!name.isEmpty() && QFile::encodeName(QLatin1Char('.') + name + unique + suffix).size() > longestName)
+        name.chop(1);
+    return QDir(file.path()).filePath(QLatin1Char('.') + name + unique + suffix);
+}
+
+/** Renames only when nothing has the new name; the result and errno are rename()'s. */
+int renameWithoutReplacing(const QByteArray& from, const QByteArray& to)
+{
+    if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return -1;
+    // File systems without such a rename mostly have hard links, which never replace either.
+    if (::link(from, to) == 0)
+        return ::unlink(from);
+    return -1;
+}
+
+/** Makes what a rename did last a power failure. Not every file system can; then there is nothing more to do. */
+void flushFolder(const QString& folder)
+{
+    const Descriptor descriptor(::open(QFile::encodeName(folder), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (descriptor.isOpen())
+        ::fsync(descriptor.fd());
+}
+
+}  // namespace
+
+CxSafeFile::CxSafeFile(const QString& target) : m_target(target) {}
+
+CxSafeFile::~CxSafeFile()
+{
+    if (!m_temporary.isEmpty())
+        ::unlink(QFile::encodeName(m_temporary));
+}
+
+bool CxSafeFile::create(SxFileError& error)
+{
+    m_target = behindLinks(m_target);
+    const QFileInfo target(m_target);
+    if (m_target.isEmpty() || target.fileName().isEmpty() || target.isDir())
+        return fail(error, QStringLiteral("it is a folder, not a file"));
+    if (target.exists() && !target.isFile())
+        return fail(error, QStringLiteral("it is not a regular file"));
+    for (;;) {
+        const QString name = temporaryBeside(m_target);
+        const Descriptor file(::open(QFile::encodeName(name), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+        if (file.isOpen()) {
+            m_temporary = name;
+            return true;
+        }
+        if (errno != EEXIST)
+            return fail(error, reasonOf(errno));
+    }
+}
+
+bool CxSafeFile::commit(bool refuseReplace, SxFileError& error)
+{
+    if (m_temporary.isEmpty())
+        return fail(error, QStringLiteral("there is nothing to put in its place"));
+    const QByteArray from = QFile::encodeName(m_temporary);
+    const QByteArray to = QFile::encodeName(m_target);
+    {
+        const Descriptor file(::open(from, O_RDONLY | O_CLOEXEC));
+        if (!file.isOpen())
+            return fail(error, qt_error_string(errno));
+        struct stat old = {};
+        if (::stat(to, &old) == 0)
+            ::fchmod(file.fd(), old.st_mode & permissionBits);
+        if (::fsync(file.fd()) != 0)
+            return fail(error, reasonOf(errno));
+    }
+    const int result = refuseReplace ? renameWithoutReplacing(from, to) : ::rename(from, to);
+    if (result != 0) {
+        fail(error, reasonOf(errno));
+        if (refuseReplace && errno == EEXIST)
+            error.kind = ExFileError::Refused;
+        return false;
+    }
+    flushFolder(QFileInfo(m_target).path());
+    m_temporary.clear();
+    return true;
+}
+
+}  // namespace ep
