@@ -38,21 +38,27 @@ public:
         return texts;
     }
 
+    /** True when any message named a source file, line or function. */
+    bool namesSources() const { return m_namesSources; }
+
     /** The line that a critical message of the items "ERROR", "|" and @p text makes. */
     static QString errorLine(const QString& text) { return QStringLiteral("ERROR | \"%1\"").arg(text); }
 
 private:
-    static void handle(QtMsgType type, const QMessageLogContext&, const QString& text)
+    static void handle(QtMsgType type, const QMessageLogContext& context, const QString& text)
     {
         static QMutex mutex;
         QMutexLocker locker(&mutex);
-        if (s_current)
-            s_current->m_messages.append({type, text});
+        if (!s_current)
+            return;
+        s_current->m_messages.append({type, text});
+        s_current->m_namesSources |= context.file || context.function || context.line != 0;
     }
 
     static inline LogCapture* s_current = nullptr;
     QtMessageHandler m_previous = nullptr;
     QList<QPair<QtMsgType, QString>> m_messages;
+    bool m_namesSources = false;
 };
 
 }  // namespace testing

@@ -1,0 +1,18 @@
+#include "MatFormat.h"
+
+namespace orn {
+namespace matlab {
+
+QList<QPair<QString, int>> matFormats()
+{
+    return {{QStringLiteral("MATLAB matrix (*.mat)"), 1}};
+}
+
+QString matName(const QMap<QString, QVariant>& options)
+{
+    const QString name = options.value(QStringLiteral("matname")).toString();
+    return name.isEmpty() ? QStringLiteral("ep_image") : name;
+}
+
+}  // namespace matlab
+}  // namespace orn
