@@ -8,13 +8,6 @@ namespace ep {
 
 namespace {
 
-// Colour places the planes of a one-channel mosaic alone; every other source counts positions row by row.
-internal::MosaicCell cellOf(const SxImageBuf& source)
-{
-    const bool byColor = source.channels == 1 || source.bayerGrid == BayerGridCell;
-    return internal::MosaicCell::of(source, byColor ? source.bayerGrid : BayerGridNone);
-}
-
 bool sameGeometry(const SxImageBuf& source, const SxImageBuf& destination)
 {
     return source.width == destination.width && source.height == destination.height
@@ -41,7 +34,7 @@ unsigned int ConvertPackPixelToPlanar(const SxImageBuf& source, SxImageBuf& dest
     if (source.dataType != destination.dataType)
         return StatusGeometryMismatch;
 
-    const internal::MosaicCell cell = cellOf(source);
+    const internal::MosaicCell cell = internal::MosaicCell::ofPacked(source);
     const qint32 bytes = sampleFacts(source.dataType).bytes;
     if (sameGeometry(source, destination)) {
         internal::copyPlanes(bytes, source.channels, source.height, [&](qint32 channel) {

@@ -48,6 +48,16 @@ struct MosaicCell {
         return {2, 2, grid};
     }
 
+    /**
+     * The cell by which the packed image @p source is split. Colour places the planes of a one-channel mosaic alone;
+     * of every other source the first channel is split, with its positions counted row by row.
+     */
+    static MosaicCell ofPacked(const SxImageInfo& source)
+    {
+        const bool byColor = source.channels == 1 || source.bayerGrid == BayerGridCell;
+        return of(source, byColor ? source.bayerGrid : BayerGridNone);
+    }
+
     bool isValid() const { return width > 0 && height > 0; }
     qint64 planes() const { return static_cast<qint64>(width) * height; }
 
