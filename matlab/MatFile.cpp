@@ -1,0 +1,49 @@
+#include <orn/matlab/MatFile.h>
+
+#include "MatHandles.h"
+#include "MatText.h"
+#include "MatVariableWriter.h"
+
+#include <ep/internal/CheckedSize.h>
+
+namespace orn {
+namespace matlab {
+
+void* MatOpenRead(QString const& path)
+{
+    return Mat_Open(path.toLocal8Bit().constData(), MAT_ACC_RDONLY);
+}
+
+void* MatOpenWrite(QString const& path)
+{
+    return Mat_CreateVer(path.toLocal8Bit().constData(), nullptr, MAT_FT_MAT5);
+}
+
+bool MatClose(void* mat)
+{
+    return mat && Mat_Close(static_cast<mat_t*>(mat)) == 0;
+}
+
+bool AddVar(void* mat, QString const& value, QString const& name)
+{
+    if (name.isEmpty())
+        return false;
+    const MatText text(value);
+    if (matVariableBytes(name, text.storedBytes()) > largestElement)
+        return false;
+    return writeVariable(static_cast<mat_t*>(mat), name, MAT_C_CHAR, MAT_T_UTF8, 1, text.columns(), text.data());
+}
+
+bool AddVar(void* mat, double* data, int rows, int cols, QString const& name)
+{
+    const ep::internal::CheckedSize bytes = ep::internal::CheckedSize(rows) * cols * qint64(sizeof(double));
+    if (!bytes.fits(largestElement) || matVariableBytes(name, bytes.value()) > largestElement)
+        return false;
+    // Without data matio would write an array that claims dimensions which it does not fill.
+    if (!data && bytes.value() > 0)
+        return false;
+    return writeVariable(static_cast<mat_t*>(mat), name, MAT_C_DOUBLE, MAT_T_DOUBLE, rows, cols, data);
+}
+
+}  // namespace matlab
+}  // namespace orn

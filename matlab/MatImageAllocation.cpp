@@ -1,0 +1,54 @@
+#include "MatImageAllocation.h"
+
+#include <ep/ExStatus.h>
+#include <ep/internal/CheckedSize.h>
+
+#include <limits>
+
+#include <unistd.h>
+
+namespace orn {
+namespace matlab {
+
+namespace {
+
+bool refuse(ep::SxFileError& error, ep::ExFileError kind, const QString& reason)
+{
+    error = {kind, reason};
+    return false;
+}
+
+}  // namespace
+
+qint64 defaultMemoryLimit()
+{
+    return static_cast<qint64>(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGESIZE) / 2;
+}
+
+bool allocateImage(const MatEntry& first, ep::ExImageDataType type, qint64 limit, ep::CxScopedBuffer& image,
+                   ep::SxFileError& error)
+{
+    constexpr quint64 largest = std::numeric_limits<qint32>::max();
+    const quint64 rows = first.dimensions.at(0);
+    const quint64 columns = first.dimensions.at(1);
+    if (rows == 0 || columns == 0)
+        return refuse(error, ep::ExFileError::Unsupported, QStringLiteral("the image's first plane is empty"));
+    if (rows > largest || columns > largest)
+        return refuse(error, ep::ExFileError::TooLarge, QStringLiteral("the image has too many rows or columns"));
+    image->width = static_cast<qint32>(columns);
+    image->height = static_cast<qint32>(rows);
+    image->stride = 0;
+    image->dataType = type;
+    image->bitDepth = ep::sampleFacts(type).bits;
+
+    const auto bytes =
+        ep::internal::CheckedSize(image->width) * image->height * image->channels * ep::sampleFacts(type).bytes;
+    if (!bytes.fits(limit))
+        return refuse(error, ep::ExFileError::TooLarge, QStringLiteral("the image is past the memory limit"));
+    if (ep::failed(image.allocate()))
+        return refuse(error, ep::ExFileError::TooLarge, QStringLiteral("there is not enough memory for the image"));
+    return true;
+}
+
+}  // namespace matlab
+}  // namespace orn

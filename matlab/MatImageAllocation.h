@@ -1,0 +1,25 @@
+/**
+ * @file
+ * Storage for an image that is read from a MAT file.
+ */
+#pragma once
+
+#include "MatDirectory.h"
+
+#include <ep/CxScopedBuffer.h>
+
+namespace orn {
+namespace matlab {
+
+/** Most bytes that an image may take when the caller names no limit: half of the machine's memory. */
+qint64 defaultMemoryLimit();
+
+/**
+ * Gives @p image the size of the matrix @p first and the sample type @p type, with the channels and the layout that it
+ * has already, and allocates it with tight rows.
+ */
+bool allocateImage(const MatEntry& first, ep::ExImageDataType type, qint64 limit, ep::CxScopedBuffer& image,
+                   ep::SxFileError& error);
+
+}  // namespace matlab
+}  // namespace orn

@@ -1,0 +1,78 @@
+#include <orn/matlab/MatVariables.h>
+
+#include "EntropyPlanes.h"
+#include "MatImageAllocation.h"
+#include "MatMetadata.h"
+#include "MatNames.h"
+#include "MatSampleTypes.h"
+
+namespace orn {
+namespace matlab {
+
+namespace {
+
+void setRole(QVector<MatVariable>& variables, const MatDirectory& directory, const MatEntry* entry, const QString& role)
+{
+    if (entry)
+        variables[static_cast<int>(directory.indexOf(*entry))].role = role;
+}
+
+void setPlaneRoles(QVector<MatVariable>& variables, MatDirectory& directory, const QStringList& names)
+{
+    for (int i = 0; i < names.size(); ++i)
+        setRole(variables, directory, directory.find(names[i]), QStringLiteral("plane %1").arg(i + 1));
+}
+
+// The numbered planes that the metadata promises and the file holds.
+QStringList ownPlaneNames(MatDirectory& directory, qint32 channels)
+{
+    QStringList names;
+    for (qint32 i = 0; i < channels; ++i) {
+        const QString name = numberedPlaneName(defaultBaseName(), i);
+        if (!directory.find(name))
+            break;
+        names << name;
+    }
+    return names;
+}
+
+void setRoles(QVector<MatVariable>& variables, MatDirectory& directory)
+{
+    const QString prefix = entropyPrefix(directory);
+    if (!prefix.isEmpty()) {
+        setPlaneRoles(variables, directory, entropyPlaneNames(directory, prefix));
+        return;
+    }
+    ep::CxMetadata metadata;
+    MatEntry* const text = findMetadata(directory);
+    setRole(variables, directory, text, QStringLiteral("metadata"));
+    const bool isValid = text && readMetadata(directory, *text, defaultMemoryLimit(), metadata);
+    const auto* item = findItem<CxMatlabImageMetadata>(metadata);
+    if (isValid && item && item->savedChannels != 0)
+        setPlaneRoles(variables, directory, ownPlaneNames(directory, item->savedChannels));
+    else
+        setRole(variables, directory, directory.firstMatrix(), QStringLiteral("plane 1"));
+}
+
+}  // namespace
+
+bool ListMatVariables(QString const& path, QVector<MatVariable>& variables, QString* reason)
+{
+    MatDirectory directory;
+    ep::SxFileError error;
+    if (!directory.open(path, {metadataName().toLatin1()}, error)) {
+        if (reason)
+            *reason = error.reason;
+        return false;
+    }
+    QVector<MatVariable> list;
+    for (const MatEntry& entry : directory.entries())
+        list.append({QString::fromLatin1(entry.name), matClassName(entry.matClass, entry.isLogical), entry.dimensions,
+                     entry.isComplex, QString()});
+    setRoles(list, directory);
+    variables = list;
+    return true;
+}
+
+}  // namespace matlab
+}  // namespace orn
