@@ -116,7 +116,7 @@ bool CxSafeFile::create(SxFileError& error)
     const QFileInfo target(m_target);
     if (m_target.isEmpty() || target.fileName().isEmpty() || target.isDir())
         return fail(error, QStringLiteral("it is a folder, not a file"));
-    if (target.exists() && !target.isFile())
+    if (target.isSymLink() || (target.exists() && !target.isFile()))
         return fail(error, QStringLiteral("it is not a regular file"));
     for (;;) {
         const QString name = temporaryBeside(m_target);
@@ -148,9 +148,8 @@ bool CxSafeFile::commit(bool refuseReplace, SxFileError& error)
     }
     const int result = refuseReplace ? renameWithoutReplacing(from, to) : ::rename(from, to);
     if (result != 0) {
-        fail(error, reasonOf(errno));
-        if (refuseReplace && errno == EEXIST)
-            error.kind = ExFileError::Refused;
+        const int code = errno;
+        error = {code == EEXIST ? ExFileError::Refused : ExFileError::Unwritable, reasonOf(code)};
         return false;
     }
     flushFolder(QFileInfo(m_target).path());

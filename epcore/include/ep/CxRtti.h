@@ -13,6 +13,9 @@
 
 #include <memory>
 
+/** The interface identifier that a format plug-in names in Q_PLUGIN_METADATA. */
+#define CxPlugin_iid "ep.CxPlugin/1"
+
 namespace ep {
 
 /**
