@@ -11,6 +11,7 @@
 
 #include <QtGlobal>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 
@@ -53,8 +54,10 @@ inline void fillRandom(ep::SxImageBuf& image, quint32 seed)
 {
     std::mt19937 random(seed);
     auto* bytes = static_cast<unsigned char*>(image.data);
-    for (size_t i = 0, n = storageBytes(image); i < n; ++i)
-        bytes[i] = static_cast<unsigned char>(random());
+    for (size_t i = 0, n = storageBytes(image); i < n; i += sizeof(quint32)) {
+        const quint32 word = random();
+        std::memcpy(bytes + i, &word, std::min(sizeof(word), n - i));
+    }
 }
 
 /** An allocated image with random bytes. */
@@ -65,6 +68,22 @@ inline ep::CxScopedBuffer randomImage(const ep::SxImageInfo& info, quint32 seed 
         qFatal("cannot allocate a test image");
     fillRandom(image.image(), seed);
     return image;
+}
+
+/** A copy of an image, padding included. */
+inline ep::CxScopedBuffer copyOf(const ep::SxImageBuf& image)
+{
+    ep::CxScopedBuffer copy(image);
+    if (ep::failed(copy.allocate()))
+        qFatal("cannot allocate a test image");
+    std::memcpy(copy->data, image.data, storageBytes(image));
+    return copy;
+}
+
+/** True when two images of one description have the same bytes, padding included. */
+inline bool sameStorage(const ep::SxImageBuf& a, const ep::SxImageBuf& b)
+{
+    return storageBytes(a) == storageBytes(b) && std::memcmp(a.data, b.data, storageBytes(a)) == 0;
 }
 
 /** Address of the sample at column x, row y, channel c. */
@@ -92,6 +111,13 @@ template <typename T>
 void setSample(ep::SxImageBuf& image, int x, int y, int c, T value)
 {
     std::memcpy(address(image, x, y, c), &value, sizeof(T));
+}
+
+/** Copies the bytes of a sample to an image of the same type. */
+inline void copySample(const ep::SxImageBuf& from, int fx, int fy, int fc, ep::SxImageBuf& to, int tx, int ty, int tc)
+{
+    std::memcpy(address(to, tx, ty, tc), address(from, fx, fy, fc),
+                static_cast<size_t>(ep::sampleFacts(from.dataType).bytes));
 }
 
 /** True when two samples of images of one type have the same bytes. */
