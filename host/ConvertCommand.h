@@ -1,0 +1,10 @@
+/**
+ * @file
+ * `orn convert`.
+ */
+#pragma once
+
+#include "Command.h"
+
+/** Adds `orn convert`; see AddCommand. */
+void addConvertCommand(CLI::App& program, Output& output, ExitCode& exitCode);

@@ -1,0 +1,43 @@
+#include "Facts.h"
+
+#include "Output.h"
+
+#include <QLocale>
+#include <QStringList>
+
+#include <cmath>
+
+QJsonObject jsonOf(const Facts& facts)
+{
+    QJsonObject object;
+    for (const Fact& fact : facts)
+        if (!fact.key.isEmpty())
+            object[fact.key] = fact.value;
+    return object;
+}
+
+void writeFacts(const Facts& facts, Output& output)
+{
+    constexpr int labelWidth = 18;
+    for (const Fact& fact : facts)
+        if (!fact.label.isEmpty())
+            output.data(QStringLiteral("  ") + printable(fact.label).leftJustified(labelWidth) + QLatin1Char(' ')
+                        + printable(fact.text) + QLatin1Char('\n'));
+}
+
+QString numberText(double value)
+{
+    // Whole numbers up to here are exact.
+    constexpr double exact = 9007199254740992.0;
+    if (std::abs(value) <= exact && value == std::floor(value))
+        return QString::number(static_cast<qint64>(value));
+    return QString::number(value, 'g', QLocale::FloatingPointShortest);
+}
+
+QString numbersText(const QVector<double>& values)
+{
+    QStringList texts;
+    for (double value : values)
+        texts << numberText(value);
+    return texts.join(QLatin1Char(' '));
+}

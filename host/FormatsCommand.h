@@ -1,0 +1,10 @@
+/**
+ * @file
+ * `orn formats`.
+ */
+#pragma once
+
+#include "Command.h"
+
+/** Adds `orn formats`; see AddCommand. */
+void addFormatsCommand(CLI::App& program, Output& output, ExitCode& exitCode);

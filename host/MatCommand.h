@@ -1,0 +1,10 @@
+/**
+ * @file
+ * `orn mat`.
+ */
+#pragma once
+
+#include "Command.h"
+
+/** Adds `orn mat`; see AddCommand. */
+void addMatCommand(CLI::App& program, Output& output, ExitCode& exitCode);

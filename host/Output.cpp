@@ -1,0 +1,116 @@
+#include "Output.h"
+
+#include <QByteArray>
+#include <QJsonDocument>
+#include <QtGlobal>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <unistd.h>
+
+namespace {
+
+Output* s_current = nullptr;
+
+bool wantsColour(int descriptor)
+{
+    return isatty(descriptor) && qgetenv("NO_COLOR").isEmpty() && qgetenv("TERM") != "dumb";
+}
+
+QString coloured(const QString& text, const char* code)
+{
+    return QStringLiteral("\033[%1m%2\033[0m").arg(QLatin1String(code), text);
+}
+
+/** The text of a message whose items are "ERROR", "|" and the text. */
+QString withoutDecoration(QString text)
+{
+    const QString prefix = QStringLiteral("ERROR | \"");
+    if (!text.startsWith(prefix) || !text.endsWith(QLatin1Char('"')))
+        return text;
+    return text.mid(prefix.size(), text.size() - prefix.size() - 1);
+}
+
+}  // namespace
+
+QString printable(const QString& text)
+{
+    QString result = text;
+    for (QChar& c : result)
+        if (c.category() == QChar::Other_Control || c == QChar::LineSeparator || c == QChar::ParagraphSeparator)
+            c = QChar::ReplacementCharacter;
+    return result;
+}
+
+Output::Output() : m_colouredData(wantsColour(STDOUT_FILENO)), m_colouredMessages(wantsColour(STDERR_FILENO))
+{
+    s_current = this;
+    qInstallMessageHandler(&Output::relayQtMessage);
+}
+
+Output::~Output()
+{
+    qInstallMessageHandler(nullptr);
+    s_current = nullptr;
+}
+
+void Output::data(const QString& text)
+{
+    if (m_writeError != 0)
+        return;
+    const QByteArray bytes = text.toUtf8();
+    const size_t size = static_cast<size_t>(bytes.size());
+    if (std::fwrite(bytes.constData(), 1, size, stdout) != size)
+        m_writeError = errno;
+}
+
+void Output::json(const QJsonObject& answer)
+{
+    data(QString::fromUtf8(QJsonDocument(answer).toJson(QJsonDocument::Indented)));
+}
+
+void Output::problem(const QString& file, const QString& reason)
+{
+    message(file, reason, true);
+}
+
+void Output::note(const QString& file, const QString& text)
+{
+    message(file, QStringLiteral("note: ") + text, false);
+}
+
+void Output::message(const QString& file, const QString& text, bool isProblem)
+{
+    QString program = QStringLiteral("orn:");
+    if (m_colouredMessages)
+        program = coloured(program, isProblem ? "31" : "33");
+    QString line = program + QLatin1Char(' ');
+    if (!file.isEmpty())
+        line += printable(file) + QStringLiteral(": ");
+    line += printable(text) + QLatin1Char('\n');
+    std::fflush(stdout);
+    std::fputs(line.toUtf8().constData(), stderr);
+}
+
+QString Output::emphasised(const QString& text) const
+{
+    return m_colouredData ? coloured(text, "1") : text;
+}
+
+ExitCode Output::finish(ExitCode code)
+{
+    if (m_writeError == 0 && std::fflush(stdout) != 0)
+        m_writeError = errno;
+    if (m_writeError == 0 || m_writeError == EPIPE)
+        return code;
+    problem(QStringLiteral("standard output"), QString::fromLocal8Bit(std::strerror(m_writeError)));
+    return code == ExitCode::Done ? ExitCode::Unwritable : code;
+}
+
+void Output::relayQtMessage(QtMsgType type, const QMessageLogContext&, const QString& text)
+{
+    if (s_current && type != QtDebugMsg && type != QtInfoMsg)
+        s_current->note(s_current->m_subject, withoutDecoration(text));
+}

@@ -1,0 +1,56 @@
+/**
+ * @file
+ * Where the program speaks: data on standard output, messages on standard error.
+ */
+#pragma once
+
+#include "ExitCodes.h"
+
+#include <QJsonObject>
+#include <QString>
+
+/** @p text with its control characters replaced, so that nothing in a file can steer the terminal. */
+QString printable(const QString& text);
+
+/**
+ * The program's two streams, always in UTF-8. One object at a time; while it lives it catches Qt's messages and says
+ * them as its own.
+ *
+ * Colours appear where a stream is a terminal and NO_COLOR is not set.
+ */
+class Output {
+public:
+    Output();
+    ~Output();
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+    /** Writes lines of data; @p text ends in a line feed. */
+    void data(const QString& text);
+    /** Writes a whole answer for programs. */
+    void json(const QJsonObject& answer);
+    /** Says "orn: FILE: reason" on standard error; an empty @p file is left out. */
+    void problem(const QString& file, const QString& reason);
+    /** As problem(), for what does not make the command fail. */
+    void note(const QString& file, const QString& text);
+    /** The file that Qt's messages are about from now on. */
+    void setSubject(const QString& file) { m_subject = file; }
+
+    /** A heading or label in data, emphasised where colours are. */
+    QString emphasised(const QString& text) const;
+
+    /**
+     * Flushes standard output. @return @p code, or ExitCode::Unwritable when @p code is Done and data did not arrive. A
+     * reader that went away (a closed pipe) is no failure.
+     */
+    ExitCode finish(ExitCode code);
+
+private:
+    static void relayQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text);
+    void message(const QString& file, const QString& text, bool isProblem);
+
+    QString m_subject;
+    bool m_colouredData;
+    bool m_colouredMessages;
+    int m_writeError = 0;
+};

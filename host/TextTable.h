@@ -1,0 +1,26 @@
+/**
+ * @file
+ * Aligned columns.
+ */
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+class Output;
+
+/** Rows of cells, written with every column as wide as its widest cell. */
+class TextTable {
+public:
+    explicit TextTable(const QStringList& headings) : m_headings(headings) {}
+
+    void addRow(const QStringList& cells);  ///< as many cells as there are headings
+    void write(Output& output) const;       ///< writes headings and rows as data
+
+private:
+    QString line(const QStringList& cells, const QVector<int>& widths) const;
+
+    QStringList m_headings;
+    QVector<QStringList> m_rows;
+};

@@ -1,0 +1,91 @@
+/**
+ * @file
+ * The command line program `orn`.
+ */
+#include "Command.h"
+#include "ConvertCommand.h"
+#include "FormatsCommand.h"
+#include "InfoCommand.h"
+#include "MatCommand.h"
+#include "Output.h"
+#include "PluginsCommand.h"
+
+#include <orn/orn_core.h>
+
+#include <CLI/CLI.hpp>
+
+#include <QTextCodec>
+
+#include <clocale>
+#include <csignal>
+#include <iostream>
+
+namespace {
+
+constexpr AddCommand commands[] = {
+    addInfoCommand, addConvertCommand, addMatCommand, addPluginsCommand, addFormatsCommand,
+};
+
+/** File names are UTF-8 in every environment, and a reader that goes away is met where data is written. */
+void prepareProcess()
+{
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void describe(CLI::App& program)
+{
+    program.name("orn");
+    program.set_version_flag("--version", "orn " ORN_VERSION, "Print the version and exit");
+    program.set_help_flag("-h,--help", "Print this help and exit");
+    program.require_subcommand(1);
+    program.footer("Examples:\n"
+                   "  orn info photo.dng\n"
+                   "  orn convert photo.dng photo.mat\n"
+                   "  orn convert --help\n"
+                   "\n"
+                   "Exit codes: 0 done, 1 some files failed, 2 usage, 3 unreadable input,\n"
+                   "4 unwritable output, 5 refused (would lose samples, too large), 130 cancelled");
+}
+
+/** Says what is wrong with a command line, or what was asked about it. */
+ExitCode answer(const CLI::App& program, const CLI::ParseError& error, Output& output)
+{
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+        std::ostringstream help;
+        program.exit(error, help, help);
+        output.data(text(help.str()));
+        return output.finish(ExitCode::Done);
+    }
+    std::string name = program.get_name();
+    for (const CLI::App* command = &program; !command->get_subcommands().empty();) {
+        command = command->get_subcommands().front();
+        name += " " + command->get_name();
+    }
+    output.problem(QString(), text(error.what()));
+    output.problem(QString(), QStringLiteral("try '%1 --help'").arg(text(name)));
+    return ExitCode::Usage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    prepareProcess();
+    orn::Init();
+    Output output;
+    ExitCode exitCode = ExitCode::Done;
+    CLI::App program("Images of cameras: what they hold, and from one format into another");
+    describe(program);
+    for (AddCommand add : commands)
+        add(program, output, exitCode);
+    try {
+        program.parse(argc, argv);
+        exitCode = output.finish(exitCode);
+    } catch (const CLI::ParseError& error) {
+        exitCode = answer(program, error, output);
+    }
+    orn::Finish();
+    return static_cast<int>(exitCode);
+}
