@@ -18,7 +18,9 @@
 
 #include <clocale>
 #include <csignal>
-#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -47,6 +49,19 @@ void describe(CLI::App& program)
                    "\n"
                    "Exit codes: 0 done, 1 some files failed, 2 usage, 3 unreadable input,\n"
                    "4 unwritable output, 5 refused (would lose samples, too large), 130 cancelled");
+}
+
+/** The arguments, last one first, as the parser wants them. */
+std::vector<std::string> reversedArguments(int argc, char** argv)
+{
+    std::vector<std::string> arguments;
+    for (int i = argc - 1; i > 0; --i) {
+        const std::string argument = argv[i];
+        // The parser would take a file of such a name for a list of files.
+        const bool looksLikeList = !argument.empty() && argument.front() == '[' && argument.back() == ']';
+        arguments.push_back(looksLikeList ? "./" + argument : argument);
+    }
+    return arguments;
 }
 
 /** Says what is wrong with a command line, or what was asked about it. */
@@ -81,7 +96,7 @@ int main(int argc, char** argv)
     for (AddCommand add : commands)
         add(program, output, exitCode);
     try {
-        program.parse(argc, argv);
+        program.parse(reversedArguments(argc, argv));
         exitCode = output.finish(exitCode);
     } catch (const CLI::ParseError& error) {
         exitCode = answer(program, error, output);
