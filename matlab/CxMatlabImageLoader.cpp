@@ -1,8 +1,7 @@
 #include <orn/matlab/CxMatlabImageLoader.h>
 
 #include "MatFormat.h"
-
-#include <orn/matlab/LoadImageFromMat.h>
+#include "ReadMatImage.h"
 
 #include <ep/ChannelIndexLogicalToPhysical.h>
 #include <ep/ConvertPlanarRawToRaw.h>
@@ -91,14 +90,15 @@ CxMatlabImageLoader::~CxMatlabImageLoader() = default;
 
 bool CxMatlabImageLoader::open()
 {
-    setError(ep::ExFileError::None);
     ep::CxScopedBuffer image;
     ep::CxMetadata metadata;
     bool isEntropy = false;
-    if (!LoadImageFromMat(m_fileName, image.image(), isEntropy, &metadata)) {
-        setError(ep::ExFileError::Unreadable, QStringLiteral("the file holds no image that can be read"));
+    ep::SxFileError error;
+    const ReadMatOptions what{matName(options()), memoryLimit()};
+    const bool isRead = readMatImage(m_fileName, what, image.image(), isEntropy, &metadata, error);
+    setError(error.kind, error.reason);
+    if (!isRead)
         return true;
-    }
     if (isEntropy && !makeDisplayable(image)) {
         setError(ep::ExFileError::TooLarge, QStringLiteral("there is not enough memory to rearrange the planes"));
         return true;

@@ -1,7 +1,11 @@
 #include <orn/matlab/CxMatlabImageSaver.h>
 
 #include "CriticalLog.h"
+#include "MatFileSize.h"
 #include "MatFormat.h"
+#include "MatHandles.h"
+#include "MatNames.h"
+#include "MatSampleTypes.h"
 
 #include <orn/matlab/AddImage.h>
 #include <orn/matlab/CxMatlabImageMetadata.h>
@@ -12,17 +16,10 @@
 
 #include <QFileInfo>
 
-#include <memory>
-
 namespace orn {
 namespace matlab {
 
 namespace {
-
-struct MatCloser {
-    void operator()(void* mat) const { MatClose(mat); }
-};
-using MatHandle = std::unique_ptr<void, MatCloser>;
 
 /** The first item of class @p Item in @p metadata; a new one, added to it, when there is none. */
 template <typename Item>
@@ -49,6 +46,15 @@ void describeLayout(ep::CxMetadata& metadata, const ep::SxImageInfo& image, cons
     mat.origChannels = image.channels;
     mat.savedChannels = written.channels;
     mat.reverseRows = reverseRows;
+}
+
+/** Why @p image was not added to a file. */
+QString refusalOf(const ep::SxImageBuf& image)
+{
+    if (!matSampleType(image.dataType))
+        return QStringLiteral("MAT files hold no samples of type %1")
+            .arg(QLatin1String(ep::sampleFacts(image.dataType).name));
+    return QStringLiteral("a MAT file cannot hold the planes of this image");
 }
 
 }  // namespace
@@ -95,25 +101,35 @@ bool CxMatlabImageSaver::saveImage(const ep::IxData* data)
     const QString name = matName(m_options);
     const bool reverseRows = m_options.value(QStringLiteral("reverse_rows"), true).toBool();
 
-    MatHandle mat(MatOpenWrite(m_fileName));
+    MatHandle mat(static_cast<mat_t*>(MatOpenWrite(m_fileName)));
     if (!mat) {
         setError(ep::ExFileError::Unwritable, QStringLiteral("the file cannot be created"));
         return false;
     }
     ep::SxImageInfo written = ep::emptyImage();
     if (!AddImage(mat.get(), image, name, reverseRows, written, false)) {
-        setError(ep::ExFileError::Refused, QStringLiteral("MAT files cannot hold such an image"));
+        setError(ep::ExFileError::Refused, refusalOf(image));
         return false;
     }
 
     ep::CxMetadata metadata = source->metadata();
     describeLayout(metadata, image, written, reverseRows);
     const QString xml = metadata.saveToXml(-1);
-    if (!AddVar(mat.get(), xml, QStringLiteral("ep_image_metadata"))) {
+    const bool hasMetadata = AddVar(mat.get(), xml, metadataName());
+    mat.reset();
+
+    MatFileSize size;
+    size.addImage(written, name, false);
+    size.addText(xml, metadataName());
+    setExpectedFileSize(size.bytes());
+    if (!hasMetadata) {
         logCritical(QStringLiteral("Failed to save the image metadata."));
         setError(ep::ExFileError::Unwritable, QStringLiteral("the metadata could not be written"));
+    } else if (const qint64 actual = QFileInfo(m_fileName).size(); actual != size.bytes()) {
+        // The storage reports success on a full disk; the size alone tells.
+        setError(ep::ExFileError::Unwritable,
+                 QStringLiteral("%1 of %2 bytes were written: the disk may be full").arg(actual).arg(size.bytes()));
     }
-    mat.reset();
     return true;
 }
 

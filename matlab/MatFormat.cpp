@@ -1,5 +1,7 @@
 #include "MatFormat.h"
 
+#include "MatNames.h"
+
 namespace orn {
 namespace matlab {
 
@@ -11,7 +13,7 @@ QList<QPair<QString, int>> matFormats()
 QString matName(const QMap<QString, QVariant>& options)
 {
     const QString name = options.value(QStringLiteral("matname")).toString();
-    return name.isEmpty() ? QStringLiteral("ep_image") : name;
+    return name.isEmpty() ? defaultBaseName() : name;
 }
 
 }  // namespace matlab
