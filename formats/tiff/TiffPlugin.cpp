@@ -1,6 +1,9 @@
 #include "TiffPlugin.h"
 
-// The DNG writer is a file of its own; the module builds without it.
+#include "CxTiffImageLoader.h"
+#include "CxTiffImageSaver.h"
+
+// The DNG writer is a file of its own; the module works without it.
 #if __has_include("CxDngImageSaver.cpp")
 #include "CxDngImageSaver.h"
 #define EP_TIFF_WRITES_DNG
@@ -11,8 +14,11 @@ namespace tiff {
 
 bool TiffPlugin::init()
 {
+    CxRtti* registry = CxRtti::instance();
+    registry->registerClass(this, CxTiffImageLoader::staticMetaObject, QStringLiteral("IxImageDataLoader"));
+    registry->registerClass(this, CxTiffImageSaver::staticMetaObject, QStringLiteral("IxImageDataSaver"));
 #ifdef EP_TIFF_WRITES_DNG
-    CxRtti::instance()->registerClass(this, CxDngImageSaver::staticMetaObject, QStringLiteral("IxImageDataSaver"));
+    registry->registerClass(this, CxDngImageSaver::staticMetaObject, QStringLiteral("IxImageDataSaver"));
 #endif
     return true;
 }

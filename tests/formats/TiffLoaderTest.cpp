@@ -1,0 +1,500 @@
+// The TIFF loader hands out the numbers that stand in the file, however the file keeps them.
+
+#include "FormatPlugin.h"
+#include "TestImages.h"
+#include "TiffMaker.h"
+
+#include <ep/CxCommonImageMetadata.h>
+#include <ep/CxImageData.h>
+#include <ep/IxImageDataLoader.h>
+
+#include <QtEndian>
+#include <QtTest>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+using namespace testing;
+
+namespace {
+
+quint64 mixed(int x, int y, int c)
+{
+    quint64 value = static_cast<quint64>(x) * 0x9e3779b97f4a7c15u + static_cast<quint64>(y) * 0xbf58476d1ce4e5b9u
+                    + static_cast<quint64>(c + 1) * 0x94d049bb133111ebu;
+    value ^= value >> 31;
+    return value * 0xd6e8feb86659fd93u;
+}
+
+quint64 lowBits(quint64 value, int bits)
+{
+    return bits == 64 ? value : value & ((quint64(1) << bits) - 1);
+}
+
+/** The image sample as a 64-bit two's complement number. */
+qint64 integerAt(const ep::SxImageBuf& image, int x, int y, int c)
+{
+    switch (image.dataType) {
+    case ep::DataTypeInt8: return sampleAt<qint8>(image, x, y, c);
+    case ep::DataTypeUInt8: return sampleAt<quint8>(image, x, y, c);
+    case ep::DataTypeInt16: return sampleAt<qint16>(image, x, y, c);
+    case ep::DataTypeUInt16: return sampleAt<quint16>(image, x, y, c);
+    case ep::DataTypeInt32: return sampleAt<qint32>(image, x, y, c);
+    case ep::DataTypeUInt32: return sampleAt<quint32>(image, x, y, c);
+    default: return sampleAt<qint64>(image, x, y, c);
+    }
+}
+
+/** The number that @p bits bits of a file mean. */
+qint64 meaning(quint64 bits, const TiffKind& kind)
+{
+    const quint64 low = lowBits(bits, kind.bits);
+    const bool isNegative = kind.format == SAMPLEFORMAT_INT && low >> (kind.bits - 1) & 1;
+    return static_cast<qint64>(isNegative && kind.bits < 64 ? low - (quint64(1) << kind.bits) : low);
+}
+
+struct Loaded {
+    std::unique_ptr<ep::IxImageDataLoader> loader;
+    std::unique_ptr<ep::CxImageData> data;
+    const ep::SxImageBuf& image() const { return data->image(); }
+    const ep::CxCommonImageMetadata& common() const
+    {
+        return *qobject_cast<const ep::CxCommonImageMetadata*>(
+            data->metadata().findItem(ep::CxCommonImageMetadata::staticMetaObject));
+    }
+};
+
+/** Loads page @p frame; data stays null when the file is not opened. */
+Loaded load(const QString& path, int frame = 0)
+{
+    Loaded loaded;
+    loaded.loader = makeRegistered<ep::IxImageDataLoader>("ep::tiff::CxTiffImageLoader", "IxImageDataLoader");
+    loaded.loader->setFileName(path);
+    if (loaded.loader->open())
+        loaded.data.reset(loaded.loader->imageData(frame));
+    return loaded;
+}
+
+void compareIntegers(const ep::SxImageBuf& image, const TiffKind& kind)
+{
+    QCOMPARE(image.width, kind.width);
+    QCOMPARE(image.height, kind.height);
+    QCOMPARE(image.channels, kind.channels);
+    QCOMPARE(image.bitDepth, kind.bits);
+    QCOMPARE(int(image.layout), kind.planarConfig == PLANARCONFIG_SEPARATE ? 1 : 0);
+    for (int y = 0; y < kind.height; ++y)
+        for (int x = 0; x < kind.width; ++x)
+            for (int c = 0; c < kind.channels; ++c)
+                QCOMPARE(integerAt(image, x, y, c), meaning(mixed(x, y, c), kind));
+}
+
+/** The value of a short float, from its definition. */
+double shortFloat(quint32 bits, int exponentBits, int fractionBits)
+{
+    const int bias = (1 << (exponentBits - 1)) - 1;
+    const int exponent = static_cast<int>(bits >> fractionBits & ((1u << exponentBits) - 1));
+    const double fraction = std::ldexp(bits & ((1u << fractionBits) - 1), -fractionBits);
+    const double sign = bits >> (exponentBits + fractionBits) & 1 ? -1 : 1;
+    if (exponent == (1 << exponentBits) - 1)
+        return fraction == 0 ? sign * std::numeric_limits<double>::infinity() : std::nan("");
+    return sign * (exponent == 0 ? std::ldexp(fraction, 1 - bias) : std::ldexp(1 + fraction, exponent - bias));
+}
+
+}  // namespace
+
+class TiffLoaderTest : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir m_folder;
+    QString path() const { return m_folder.filePath(QStringLiteral("file.tif")); }
+
+private slots:
+    void initTestCase() { loadFormatPlugin(QStringLiteral("tiff")); }
+
+    void integersOfEveryWidth_data()
+    {
+        QTest::addColumn<int>("bits");
+        QTest::addColumn<int>("format");
+        for (int bits = 1; bits <= 33; ++bits) {
+            const int width = bits == 33 ? 64 : bits;
+            QTest::addRow("unsigned %d bits", width) << width << int(SAMPLEFORMAT_UINT);
+            QTest::addRow("signed %d bits", width) << width << int(SAMPLEFORMAT_INT);
+        }
+    }
+
+    // Strips and tiles with cut edges, 1 to 3 channels, contiguous and separate, both byte orders, BigTIFF, with and
+    // without compression.
+    void integersOfEveryWidth()
+    {
+        TiffKind kind;
+        QFETCH(int, bits);
+        QFETCH(int, format);
+        kind.bits = bits;
+        kind.format = format;
+        kind.width = 21;
+        kind.height = 19;
+        for (kind.channels = 1; kind.channels <= 3; ++kind.channels) {
+            for (int planar : {PLANARCONFIG_CONTIG, PLANARCONFIG_SEPARATE}) {
+                for (int tile : {0, 16}) {
+                    for (const char* mode : {"wl", "wb", "w8"}) {
+                        kind.planarConfig = planar;
+                        kind.tileSize = tile;
+                        kind.mode = mode;
+                        kind.compression = kind.channels == 2 ? COMPRESSION_ADOBE_DEFLATE : COMPRESSION_NONE;
+                        QVERIFY(makeTiff(path(), kind, mixed));
+                        const Loaded loaded = load(path());
+                        QVERIFY2(loaded.data, qPrintable(loaded.loader->lastError().reason));
+                        compareIntegers(loaded.image(), kind);
+                        QCOMPARE(loaded.common().colorBitDepth, bits);
+                    }
+                }
+            }
+        }
+    }
+
+    void everyLosslessCompression_data()
+    {
+        QTest::addColumn<int>("compression");
+        QTest::addColumn<int>("bits");
+        QTest::addColumn<int>("predictor");
+        QTest::newRow("PackBits") << int(COMPRESSION_PACKBITS) << 16 << 1;
+        QTest::newRow("LZW") << int(COMPRESSION_LZW) << 16 << 1;
+        QTest::newRow("LZW with differences") << int(COMPRESSION_LZW) << 16 << 2;
+        QTest::newRow("LZW of 12 bits") << int(COMPRESSION_LZW) << 12 << 1;
+        QTest::newRow("Deflate by its old number") << int(COMPRESSION_DEFLATE) << 8 << 1;
+        QTest::newRow("Deflate with differences of 32 bits") << int(COMPRESSION_ADOBE_DEFLATE) << 32 << 2;
+        QTest::newRow("Deflate with differences of 64 bits") << int(COMPRESSION_ADOBE_DEFLATE) << 64 << 2;
+        QTest::newRow("LZMA") << int(COMPRESSION_LZMA) << 16 << 1;
+        QTest::newRow("Zstandard") << int(COMPRESSION_ZSTD) << 16 << 1;
+        QTest::newRow("fax group 3") << int(COMPRESSION_CCITTFAX3) << 1 << 1;
+        QTest::newRow("fax group 4") << int(COMPRESSION_CCITTFAX4) << 1 << 1;
+    }
+
+    void everyLosslessCompression()
+    {
+        QFETCH(int, compression);
+        QFETCH(int, bits);
+        QFETCH(int, predictor);
+        TiffKind kind;
+        kind.width = 37;
+        kind.height = 11;
+        kind.compression = compression;
+        kind.bits = bits;
+        kind.predictor = predictor;
+        QVERIFY(TIFFIsCODECConfigured(static_cast<uint16_t>(compression)));
+        for (const char* mode : {"wl", "wb"}) {
+            kind.mode = mode;
+            QVERIFY(makeTiff(path(), kind, mixed));
+            const Loaded loaded = load(path());
+            QVERIFY2(loaded.data, qPrintable(loaded.loader->lastError().reason));
+            compareIntegers(loaded.image(), kind);
+        }
+    }
+
+    void bitOrderIsUndone()
+    {
+        TiffKind kind;
+        kind.bits = 12;
+        kind.fillOrder = FILLORDER_LSB2MSB;
+        QVERIFY(makeTiff(path(), kind, mixed));
+        const Loaded loaded = load(path());
+        QVERIFY(loaded.data);
+        compareIntegers(loaded.image(), kind);
+    }
+
+    void shortFloats_data()
+    {
+        QTest::addColumn<int>("exponentBits");
+        QTest::addColumn<int>("fractionBits");
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<int>("predictor");
+        for (const char* mode : {"wl", "wb"}) {
+            for (int predictor : {PREDICTOR_NONE, PREDICTOR_FLOATINGPOINT}) {
+                QTest::addRow("half, %s, predictor %d", mode, predictor)
+                    << 5 << 10 << QString::fromLatin1(mode) << predictor;
+                QTest::addRow("24 bits, %s, predictor %d", mode, predictor)
+                    << 7 << 16 << QString::fromLatin1(mode) << predictor;
+            }
+        }
+    }
+
+    // All 65,536 half floats, and 65,536 of the 24-bit ones with every exponent.
+    void shortFloats()
+    {
+        QFETCH(int, exponentBits);
+        QFETCH(int, fractionBits);
+        QFETCH(QString, mode);
+        QFETCH(int, predictor);
+        const QByteArray modeText = mode.toLatin1();
+        TiffKind kind;
+        kind.width = kind.height = 256;
+        kind.bits = 1 + exponentBits + fractionBits;
+        kind.format = SAMPLEFORMAT_IEEEFP;
+        kind.mode = modeText.constData();
+        kind.predictor = predictor;
+        kind.compression = predictor == PREDICTOR_NONE ? COMPRESSION_NONE : COMPRESSION_LZW;
+        const int spread = kind.bits - 16;
+        const auto bits = [&](int x, int y, int) { return static_cast<quint64>(y * 256 + x) << spread | (x & spread); };
+        // libtiff's writer swaps the bytes for big-endian files, but not so that this predictor needs them swapped.
+        const bool isSwapped = predictor != PREDICTOR_NONE && mode == QLatin1String("wb");
+        QVERIFY(makeTiff(path(), kind, [&](int x, int y, int c) {
+            const quint64 sample = bits(x, y, c);
+            return isSwapped ? qbswap(sample) >> (64 - kind.bits) : sample;
+        }));
+        const Loaded loaded = load(path());
+        QVERIFY2(loaded.data, qPrintable(loaded.loader->lastError().reason));
+        QCOMPARE(int(loaded.image().dataType), int(ep::DataTypeFloat));
+        QCOMPARE(loaded.image().bitDepth, 32);
+        QCOMPARE(loaded.common().colorBitDepth, kind.bits);
+        for (int y = 0; y < 256; ++y) {
+            for (int x = 0; x < 256; ++x) {
+                const double expected = shortFloat(static_cast<quint32>(bits(x, y, 0)), exponentBits, fractionBits);
+                const auto value = static_cast<double>(sampleAt<float>(loaded.image(), x, y));
+                QVERIFY(std::isnan(expected) ? std::isnan(value) : value == expected);
+                QCOMPARE(std::signbit(value), y >= 128);
+            }
+        }
+    }
+
+    void wideFloats()
+    {
+        TiffKind kind;
+        kind.format = SAMPLEFORMAT_IEEEFP;
+        for (int bits : {32, 64}) {
+            kind.bits = bits;
+            for (const char* mode : {"wl", "wb"}) {
+                kind.mode = mode;
+                QVERIFY(makeTiff(path(), kind, mixed));
+                const Loaded loaded = load(path());
+                QVERIFY(loaded.data);
+                QCOMPARE(int(loaded.image().dataType), int(bits == 32 ? ep::DataTypeFloat : ep::DataTypeDouble));
+                const quint64 expected = lowBits(mixed(6, 4, 0), bits);
+                QCOMPARE(bits == 32 ? sampleAt<quint32>(loaded.image(), 6, 4) : sampleAt<quint64>(loaded.image(), 6, 4),
+                         expected);
+            }
+        }
+    }
+
+    void samplesAreNotInterpreted_data()
+    {
+        QTest::addColumn<int>("photometric");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("palette") << int(PHOTOMETRIC_PALETTE) << QStringLiteral("Palette");
+        QTest::newRow("white is zero") << int(PHOTOMETRIC_MINISWHITE) << QStringLiteral("MinIsWhite");
+    }
+
+    void samplesAreNotInterpreted()
+    {
+        QFETCH(int, photometric);
+        QFETCH(QString, name);
+        TiffKind kind;
+        kind.bits = 4;
+        kind.photometric = photometric;
+        std::vector<uint16_t> ramp(16, 0x8000);
+        QVERIFY(makeTiff(path(), kind, mixed, [&](TIFF* file) {
+            if (photometric == PHOTOMETRIC_PALETTE)
+                TIFFSetField(file, TIFFTAG_COLORMAP, ramp.data(), ramp.data(), ramp.data());
+        }));
+        const Loaded loaded = load(path());
+        QVERIFY(loaded.data);
+        compareIntegers(loaded.image(), kind);
+        QCOMPARE(loaded.common().attributes.value(QStringLiteral("PhotometricInterpretation")), name);
+    }
+
+    void jpegColoursBecomeRgb()
+    {
+        TiffKind kind;
+        kind.width = kind.height = 32;
+        kind.rowsPerStrip = 16;
+        kind.channels = 3;
+        kind.bits = 8;
+        kind.compression = COMPRESSION_JPEG;
+        kind.photometric = PHOTOMETRIC_YCBCR;
+        const int color[] = {200, 60, 30};
+        QVERIFY(makeTiff(
+            path(), kind, [&](int, int, int c) { return static_cast<quint64>(color[c]); },
+            [](TIFF* file) { TIFFSetField(file, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB); }));
+        const Loaded loaded = load(path());
+        QVERIFY2(loaded.data, qPrintable(loaded.loader->lastError().reason));
+        for (int c = 0; c < 3; ++c)
+            QVERIFY(std::abs(sampleAt<quint8>(loaded.image(), 17, 17, c) - color[c]) < 6);
+    }
+
+    void whatIsNotServedIsSaid_data()
+    {
+        QTest::addColumn<int>("bits");
+        QTest::addColumn<int>("format");
+        QTest::addColumn<int>("photometric");
+        QTest::addColumn<QString>("reason");
+        const int grey = PHOTOMETRIC_MINISBLACK;
+        QTest::newRow("40-bit integers") << 40 << int(SAMPLEFORMAT_UINT) << grey
+                                         << QStringLiteral("integer samples of 40 bits are not served");
+        QTest::newRow("8-bit floats") << 8 << int(SAMPLEFORMAT_IEEEFP) << grey
+                                      << QStringLiteral("float samples of 8 bits are not served");
+        QTest::newRow("complex numbers") << 64 << int(SAMPLEFORMAT_COMPLEXIEEEFP) << grey
+                                         << QStringLiteral("complex samples of 64 bits are not served");
+        QTest::newRow("subsampled colours outside JPEG")
+            << 8 << int(SAMPLEFORMAT_UINT) << int(PHOTOMETRIC_YCBCR)
+            << QStringLiteral("subsampled colour differences are only served within JPEG");
+    }
+
+    void whatIsNotServedIsSaid()
+    {
+        QFETCH(int, bits);
+        QFETCH(int, format);
+        QFETCH(int, photometric);
+        QFETCH(QString, reason);
+        TiffKind kind;
+        kind.bits = bits;
+        kind.format = format;
+        kind.photometric = photometric;
+        kind.channels = photometric == PHOTOMETRIC_YCBCR ? 3 : 1;
+        kind.width = kind.height = kind.rowsPerStrip = 4;
+        // Subsampled, 2 x 2 pixels take 6 samples: the strip made here is longer than it must be.
+        QVERIFY(makeTiff(path(), kind, mixed));
+        const Loaded loaded = load(path());
+        QVERIFY(!loaded.loader->isOpen());
+        QCOMPARE(loaded.loader->lastError().kind, ep::ExFileError::Unsupported);
+        QCOMPARE(loaded.loader->lastError().reason, reason);
+    }
+
+    void pagesAreFrames()
+    {
+        TiffKind kind;
+        kind.channels = 2;
+        QVERIFY(makeTiff(path(), kind, mixed, {}, 3));
+        Loaded loaded = load(path());
+        QVERIFY(loaded.data);
+        QCOMPARE(loaded.loader->frameCount(), 3);
+        QCOMPARE(loaded.loader->frameName(0), QStringLiteral("file.tif [1]"));
+        QCOMPARE(loaded.loader->index(QStringLiteral("file.tif [3]")), 2);
+        QVERIFY(loaded.loader->hasRandomAccess());
+        for (int frame : {2, 0, 1, 1}) {
+            loaded.data.reset(loaded.loader->imageData(frame));
+            QVERIFY(loaded.data);
+            QCOMPARE(loaded.data->frame(), frame);
+            QCOMPARE(sampleAt<quint16>(loaded.image(), 6, 4, 1), static_cast<quint16>(mixed(6, 4, 1 + 1000 * frame)));
+        }
+        QVERIFY(!loaded.loader->imageData(3));
+        QVERIFY(!loaded.loader->imageData(-1));
+        loaded.loader->close();
+        QVERIFY(!loaded.loader->isOpen());
+        QCOMPARE(loaded.loader->frameCount(), 0);
+        QVERIFY(!loaded.loader->imageData(0));
+    }
+
+    void smallerVersionsAreNoPages()
+    {
+        TiffKind kind;
+        int page = 0;
+        QVERIFY(makeTiff(
+            path(), kind, mixed,
+            [&](TIFF* file) {
+                TIFFSetField(file, TIFFTAG_SUBFILETYPE, page++ == 0 ? FILETYPE_REDUCEDIMAGE : FILETYPE_PAGE);
+            },
+            2));
+        const Loaded loaded = load(path());
+        QVERIFY(loaded.data);
+        QCOMPARE(loaded.loader->frameCount(), 1);
+        QCOMPARE(loaded.loader->frameName(0), QStringLiteral("file.tif"));
+        QCOMPARE(sampleAt<quint16>(loaded.image(), 6, 4), static_cast<quint16>(mixed(6, 4, 1000)));
+    }
+
+    void depthIsTakenFromTheLargestSample_data()
+    {
+        QTest::addColumn<int>("maximum");
+        QTest::addColumn<int>("depth");
+        QTest::newRow("4095 says 12 bits") << 4095 << 12;
+        QTest::newRow("255 says 8 bits") << 255 << 8;
+        QTest::newRow("65535 says 16 bits") << 65535 << 16;
+        QTest::newRow("4000 says nothing") << 4000 << 16;
+        QTest::newRow("0 says nothing") << 0 << 16;
+    }
+
+    void depthIsTakenFromTheLargestSample()
+    {
+        QFETCH(int, maximum);
+        QFETCH(int, depth);
+        QVERIFY(makeTiff(
+            path(), TiffKind(), [](int x, int, int) { return static_cast<quint64>(x); },
+            [&](TIFF* file) { TIFFSetField(file, TIFFTAG_MAXSAMPLEVALUE, maximum); }));
+        const Loaded loaded = load(path());
+        QVERIFY(loaded.data);
+        QCOMPARE(loaded.image().bitDepth, depth);
+    }
+
+    void tagsBecomeMetadata()
+    {
+        QVERIFY(makeTiff(path(), TiffKind(), mixed, [](TIFF* file) {
+            TIFFSetField(file, TIFFTAG_MAKE, "Kamerabau ");
+            TIFFSetField(file, TIFFTAG_MODEL, "K\xe4 1");
+            TIFFSetField(file, TIFFTAG_DATETIME, "2024:02:29 12:34:56");
+            TIFFSetField(file, TIFFTAG_ORIENTATION, 8);
+            TIFFSetField(file, TIFFTAG_SOFTWARE, "tests");
+            TIFFSetField(file, TIFFTAG_IMAGEDESCRIPTION, "<metadata>broken");
+            TIFFSetField(file, TIFFTAG_XRESOLUTION, 72.5);
+            TIFFSetField(file, TIFFTAG_RESOLUTIONUNIT, RESUNIT_CENTIMETER);
+            const uint16_t repeat[] = {2, 2};
+            TIFFSetField(file, TIFFTAG_CFAREPEATPATTERNDIM, repeat);
+            TIFFSetField(file, TIFFTAG_CFAPATTERN, 4, "\1\0\2\1");
+        }));
+        const Loaded loaded = load(path());
+        QVERIFY(loaded.data);
+        const ep::CxCommonImageMetadata& common = loaded.common();
+        QCOMPARE(common.cameraMake, QStringLiteral("Kamerabau"));
+        QCOMPARE(common.cameraModel, QStringLiteral("K\u00e4 1"));
+        QCOMPARE(common.captureTime, QDateTime(QDate(2024, 2, 29), QTime(12, 34, 56)));
+        QCOMPARE(common.orientation, 8);
+        QCOMPARE(common.bayerGrid, int(ep::BayerGridGRBG));
+        QCOMPARE(common.patternColors, QStringLiteral("GRBG"));
+        QCOMPARE(int(loaded.image().bayerGrid), int(ep::BayerGridGRBG));
+        QCOMPARE(loaded.image().patternWidth, 2);
+        const QMap<QString, QString> attributes{
+            {QStringLiteral("ImageDescription"), QStringLiteral("<metadata>broken")},
+            {QStringLiteral("ResolutionUnit"), QStringLiteral("3")},
+            {QStringLiteral("Software"), QStringLiteral("tests")},
+            {QStringLiteral("XResolution"), QStringLiteral("72.5")}};
+        QCOMPARE(common.attributes, attributes);
+    }
+
+    void exifBecomesMetadata()
+    {
+        uint64_t exif = 0;
+        TIFF* file = TIFFOpen(path().toUtf8().constData(), "w");
+        QVERIFY(file);
+        QCOMPARE(TIFFCreateEXIFDirectory(file), 0);
+        TIFFSetField(file, EXIFTAG_EXPOSURETIME, 1 / 60.0);
+        TIFFSetField(file, EXIFTAG_FNUMBER, 2.8);
+        TIFFSetField(file, EXIFTAG_FOCALLENGTH, 50.0);
+        const uint16_t speed = 400;
+        TIFFSetField(file, EXIFTAG_ISOSPEEDRATINGS, 1, &speed);
+        TIFFSetField(file, EXIFTAG_DATETIMEORIGINAL, "2023:12:31 23:59:59");
+        TIFFSetField(file, EXIFTAG_SUBSECTIMEORIGINAL, "25");
+        TIFFSetField(file, EXIFTAG_OFFSETTIMEORIGINAL, "-03:30");
+        TIFFSetField(file, EXIFTAG_LENSMODEL, "50/1.8");
+        QCOMPARE(TIFFWriteCustomDirectory(file, &exif), 1);
+        TIFFFreeDirectory(file);
+        QCOMPARE(TIFFCreateDirectory(file), 0);
+        const TiffKind kind;
+        setTiffTags(file, kind);
+        TIFFSetField(file, TIFFTAG_EXIFIFD, exif);
+        TIFFSetField(file, TIFFTAG_DATETIME, "2024:02:29 12:34:56");
+        QVERIFY(writeTiffBlocks(file, kind, mixed));
+        QCOMPARE(TIFFWriteDirectory(file), 1);
+        TIFFClose(file);
+
+        const Loaded loaded = load(path());
+        QVERIFY(loaded.data);
+        const ep::CxCommonImageMetadata& common = loaded.common();
+        QVERIFY(common.exposureTime == 1 / 60.0);
+        QVERIFY(common.aperture == 2.8);
+        QVERIFY(common.focalLength == 50);
+        QVERIFY(common.iso == 400);
+        QCOMPARE(common.captureTime, QDateTime(QDate(2023, 12, 31), QTime(23, 59, 59, 250), Qt::OffsetFromUTC, -12600));
+        QCOMPARE(common.attributes.value(QStringLiteral("LensModel")), QStringLiteral("50/1.8"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TiffLoaderTest)
+#include "TiffLoaderTest.moc"

@@ -1,0 +1,340 @@
+// Images written by the TIFF saver come back from the TIFF loader as they were.
+
+#include "FormatPlugin.h"
+#include "TestImages.h"
+
+#include <ep/ChannelIndexLogicalToPhysical.h>
+#include <ep/CxCommonImageMetadata.h>
+#include <ep/CxImageData.h>
+#include <ep/IxImageDataLoader.h>
+#include <ep/IxImageDataSaver.h>
+#include <ep/SameSamples.h>
+
+#include <QtTest>
+
+#include <tiffio.h>
+
+using namespace testing;
+
+namespace {
+
+constexpr ep::ExImageDataType writtenTypes[] = {
+    ep::DataTypeInt8,   ep::DataTypeUInt8, ep::DataTypeInt16,  ep::DataTypeUInt16, ep::DataTypeInt32,
+    ep::DataTypeUInt32, ep::DataTypeFloat, ep::DataTypeDouble, ep::DataTypeInt64,  ep::DataTypeUInt64};
+
+std::unique_ptr<ep::IxImageDataSaver> makeSaver()
+{
+    return makeRegistered<ep::IxImageDataSaver>("ep::tiff::CxTiffImageSaver", "IxImageDataSaver");
+}
+
+std::unique_ptr<ep::IxImageDataLoader> makeLoader()
+{
+    return makeRegistered<ep::IxImageDataLoader>("ep::tiff::CxTiffImageLoader", "IxImageDataLoader");
+}
+
+std::unique_ptr<ep::CxImageData> dataOf(ep::CxScopedBuffer image, ep::CxCommonImageMetadata* common = nullptr)
+{
+    auto data = std::make_unique<ep::CxImageData>();
+    data->setImageShallow(image.take(), 0, 0, QDateTime());
+    ep::CxMetadata metadata;
+    metadata.addMetadata(common);
+    data->setMetadata(std::move(metadata));
+    return data;
+}
+
+const ep::CxCommonImageMetadata* commonOf(const ep::CxImageData& data)
+{
+    return qobject_cast<const ep::CxCommonImageMetadata*>(
+        data.metadata().findItem(ep::CxCommonImageMetadata::staticMetaObject));
+}
+
+/** Saves and loads; null when one of them fails. */
+std::unique_ptr<ep::CxImageData> throughFile(const QString& path, const ep::CxImageData& data,
+                                             const QMap<QString, QVariant>& options = {})
+{
+    const auto saver = makeSaver();
+    saver->setFileName(path);
+    saver->setOptions(options);
+    if (!saver->saveImage(&data)) {
+        qWarning() << saver->lastError().reason;
+        return nullptr;
+    }
+    const auto loader = makeLoader();
+    loader->setFileName(path);
+    if (!loader->open()) {
+        qWarning() << loader->lastError().reason;
+        return nullptr;
+    }
+    return std::unique_ptr<ep::CxImageData>(loader->imageData(0));
+}
+
+ep::SxImageInfo mosaic(ep::ExBayerGrid grid, int cellWidth, int cellHeight)
+{
+    ep::SxImageInfo info = describe(ep::DataTypeUInt16, 12, 12);
+    info.bitDepth = 14;
+    info.bayerGrid = grid;
+    info.patternWidth = cellWidth;
+    info.patternHeight = cellHeight;
+    return info;
+}
+
+/** A 14-bit mosaic of the given arrangement. */
+ep::CxScopedBuffer randomMosaic(const ep::SxImageInfo& info)
+{
+    ep::CxScopedBuffer image = randomImage(info);
+    for (int y = 0; y < info.height; ++y)
+        for (int x = 0; x < info.width; ++x)
+            setSample<quint16>(image.image(), x, y, 0, sampleAt<quint16>(image.image(), x, y) & 0x3fff);
+    return image;
+}
+
+}  // namespace
+
+class TiffRoundTripTest : public QObject {
+    Q_OBJECT
+
+    static void compareAll(const QString& path, const ep::SxImageInfo& info)
+    {
+        const auto data = dataOf(randomImage(info));
+        for (const char* compression : {"none", "deflate", "lzw"}) {
+            const auto back =
+                throughFile(path, *data, {{QStringLiteral("compression"), QString::fromLatin1(compression)}});
+            QVERIFY(back);
+            QVERIFY(ep::SameSamples(data->image(), back->image()));
+            QCOMPARE(int(back->image().layout), int(info.layout));
+            QCOMPARE(back->image().bitDepth, info.bitDepth);
+            QCOMPARE(back->image().formatCode, 1);
+            QCOMPARE(int(back->image().bayerGrid), int(ep::BayerGridNone));
+        }
+    }
+
+private slots:
+    void initTestCase() { loadFormatPlugin(QStringLiteral("tiff")); }
+
+    void samplesComeBack_data()
+    {
+        QTest::addColumn<int>("type");
+        for (ep::ExImageDataType type : writtenTypes)
+            QTest::newRow(ep::sampleFacts(type).name) << int(type);
+    }
+
+    // 1 to 5 channels, both layouts, sizes that fill no byte or strip evenly, padded rows, every compression.
+    void samplesComeBack()
+    {
+        QFETCH(int, type);
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("image.tif"));
+        const QSize sizes[] = {{1, 1}, {7, 5}, {64, 3}, {61, 409}};
+        for (int channels = 1; channels <= 5; ++channels)
+            for (ep::ExImageLayout layout : allLayouts)
+                for (const QSize& size : sizes)
+                    for (int padding : {0, 3})
+                        compareAll(path, describe(static_cast<ep::ExImageDataType>(type), size.width(), size.height(),
+                                                  channels, layout, padding));
+    }
+
+    void blueFirstIsWrittenRedFirst_data()
+    {
+        QTest::addColumn<int>("layout");
+        QTest::newRow("packed") << int(ep::LayoutPacked);
+        QTest::newRow("planar") << int(ep::LayoutPlanar);
+    }
+
+    void blueFirstIsWrittenRedFirst()
+    {
+        QFETCH(int, layout);
+        QTemporaryDir folder;
+        ep::SxImageInfo info = describe(ep::DataTypeUInt16, 5, 4, 4, static_cast<ep::ExImageLayout>(layout), 2);
+        info.formatCode = ep::FormatCodeReversedColors;
+        const auto data = dataOf(randomImage(info));
+        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
+        QVERIFY(back);
+        QCOMPARE(back->image().formatCode, 1);
+        for (int c = 0; c < 4; ++c)
+            for (int y = 0; y < 4; ++y)
+                for (int x = 0; x < 5; ++x)
+                    QVERIFY(sameSample(data->image(), x, y, c == 0 ? 2 : c == 2 ? 0 : c, back->image(), x, y, c));
+    }
+
+    void depthComesBack_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("depth");
+        QTest::addColumn<int>("depthBack");
+        for (ep::ExImageDataType type : writtenTypes) {
+            const ep::SxSampleFacts& facts = ep::sampleFacts(type);
+            for (int depth = facts.isSigned ? 2 : 1; !facts.isFloat && depth <= qMin(facts.bits, 32); ++depth)
+                QTest::addRow("%s of %d bits", facts.name, depth) << int(type) << depth << depth;
+            if (facts.bits == 64)
+                QTest::addRow("%s of 33 bits counts as 64: the tag has no room", facts.name) << int(type) << 33 << 64;
+        }
+    }
+
+    void depthComesBack()
+    {
+        QFETCH(int, type);
+        QFETCH(int, depth);
+        QFETCH(int, depthBack);
+        QTemporaryDir folder;
+        ep::SxImageInfo info = describe(static_cast<ep::ExImageDataType>(type), 3, 2);
+        info.bitDepth = depth;
+        ep::CxScopedBuffer image(info);
+        QVERIFY(!ep::failed(image.allocate(true)));
+        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *dataOf(std::move(image)));
+        QVERIFY(back);
+        QCOMPARE(back->image().bitDepth, depthBack);
+        QCOMPARE(commonOf(*back)->colorBitDepth, depthBack);
+    }
+
+    void aDepthThatTheSamplesExceedIsNotBelieved()
+    {
+        QTemporaryDir folder;
+        ep::SxImageInfo info = describe(ep::DataTypeUInt16, 3, 2);
+        info.bitDepth = 10;
+        ep::CxScopedBuffer image(info);
+        QVERIFY(!ep::failed(image.allocate(true)));
+        setSample<quint16>(image.image(), 1, 1, 0, 1024);
+        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *dataOf(std::move(image)));
+        QVERIFY(back);
+        QCOMPARE(back->image().bitDepth, 16);
+    }
+
+    void mosaicsStayMosaics_data()
+    {
+        QTest::addColumn<int>("grid");
+        QTest::addColumn<int>("cellWidth");
+        QTest::addColumn<int>("cellHeight");
+        QTest::newRow("BGGR") << 0 << 0 << 0;
+        QTest::newRow("RGGB") << 1 << 2 << 2;
+        QTest::newRow("GBRG") << 2 << 0 << 0;
+        QTest::newRow("GRBG") << 3 << 2 << 2;
+        QTest::newRow("a cell of 6 x 6") << 5 << 6 << 6;
+        QTest::newRow("a cell of 3 x 2") << 5 << 3 << 2;
+    }
+
+    void mosaicsStayMosaics()
+    {
+        QFETCH(int, grid);
+        QFETCH(int, cellWidth);
+        QFETCH(int, cellHeight);
+        QTemporaryDir folder;
+        const auto data = dataOf(randomMosaic(mosaic(static_cast<ep::ExBayerGrid>(grid), cellWidth, cellHeight)));
+        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
+        QVERIFY(back);
+        QVERIFY(ep::SameSamples(data->image(), back->image()));
+        QCOMPARE(int(back->image().bayerGrid), grid);
+        QCOMPARE(back->image().patternWidth, cellWidth);
+        QCOMPARE(back->image().patternHeight, cellHeight);
+        QCOMPARE(back->image().bitDepth, 14);
+        QCOMPARE(commonOf(*back)->bayerGrid, grid);
+    }
+
+    void theMosaicStandsInTagsToo()
+    {
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("image.tif"));
+        auto* common = new ep::CxCommonImageMetadata;
+        common->patternColors = QStringLiteral("GBRGRB");
+        QVERIFY(throughFile(path, *dataOf(randomMosaic(mosaic(ep::BayerGridCell, 3, 2)), common)));
+        TIFF* file = TIFFOpen(path.toUtf8().constData(), "r");
+        QVERIFY(file);
+        uint16_t* repeat = nullptr;
+        uint16_t count = 0;
+        uint16_t photometric = 0;
+        uint8_t* colors = nullptr;
+        QCOMPARE(TIFFGetField(file, TIFFTAG_CFAREPEATPATTERNDIM, &repeat), 1);
+        QCOMPARE(TIFFGetField(file, TIFFTAG_CFAPATTERN, &count, &colors), 1);
+        QCOMPARE(TIFFGetField(file, TIFFTAG_PHOTOMETRIC, &photometric), 1);
+        QCOMPARE(int(repeat[0]), 2);
+        QCOMPARE(int(repeat[1]), 3);
+        QCOMPARE(QByteArray(reinterpret_cast<char*>(colors), count), QByteArray("\1\2\0\1\0\2", 6));
+        QCOMPARE(int(photometric), int(PHOTOMETRIC_MINISBLACK));
+        TIFFClose(file);
+    }
+
+    void metadataComesBack()
+    {
+        QTemporaryDir folder;
+        auto* common = new ep::CxCommonImageMetadata;
+        common->cameraMake = QStringLiteral("Kamerabau Grün & Söhne");
+        common->cameraModel = QStringLiteral("K <1>");
+        common->exposureTime = 0.1 + 0.2;
+        common->aperture = 2.8;
+        common->iso = 102400;
+        common->focalLength = 35.5;
+        common->captureTime = QDateTime(QDate(2024, 2, 29), QTime(23, 59, 58, 7), Qt::OffsetFromUTC, 19800);
+        common->orientation = 6;
+        common->blackLevels = {512, 513.25, 512, 511};
+        common->whiteLevel = 16300;
+        common->whiteBalance = {2.1, 1, 1.6};
+        common->colorBitDepth = 14;
+        common->attributes.insert(QStringLiteral("ImageDescription"), QStringLiteral("A <b>view</b>\nof \u5c71"));
+        common->attributes.insert(QStringLiteral("Software"), QStringLiteral("tests"));
+        common->attributes.insert(QStringLiteral("XResolution"), QStringLiteral("300"));
+        common->attributes.insert(QStringLiteral("LensModel"), QStringLiteral("35/2"));
+        const auto data = dataOf(randomMosaic(mosaic(ep::BayerGridGBRG, 0, 0)), common);
+        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
+        QVERIFY(back);
+        QCOMPARE(back->dateTime(), common->captureTime);
+        const auto expected = std::unique_ptr<ep::IxMetadataItem>(common->clone());
+        qobject_cast<ep::CxCommonImageMetadata*>(expected.get())->bayerGrid = ep::BayerGridGBRG;
+        ep::CxMetadata reference;
+        reference.addMetadata(expected->clone());
+        QCOMPARE(back->metadata().saveToXml(1).split(QLatin1Char('\n')),
+                 reference.saveToXml(1).split(QLatin1Char('\n')));
+    }
+
+    void itemsThatNobodyKnowsComeBack()
+    {
+        QTemporaryDir folder;
+        const auto data = dataOf(randomImage(describe(ep::DataTypeUInt8, 3, 3)));
+        ep::CxMetadata metadata;
+        QVERIFY(metadata.loadFromXml(
+            QStringLiteral("<metadata><item class=\"vendor::Unknown\"><deep>x</deep></item></metadata>")));
+        data->setMetadata(metadata);
+        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
+        QVERIFY(back);
+        QVERIFY(back->metadata().saveToXml(-1).contains(
+            QStringLiteral("<item class=\"vendor::Unknown\"><deep>x</deep></item>")));
+        QCOMPARE(back->metadata().items().size(), 2);
+        QVERIFY2(!commonOf(*data), "the saver works on a copy");
+    }
+
+    void inverseGreyStaysInverse()
+    {
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("image.tif"));
+        auto* common = new ep::CxCommonImageMetadata;
+        common->attributes.insert(QStringLiteral("PhotometricInterpretation"), QStringLiteral("MinIsWhite"));
+        QVERIFY(throughFile(path, *dataOf(randomImage(describe(ep::DataTypeUInt8, 3, 3)), common)));
+        TIFF* file = TIFFOpen(path.toUtf8().constData(), "r");
+        QVERIFY(file);
+        uint16_t photometric = 0;
+        QCOMPARE(TIFFGetField(file, TIFFTAG_PHOTOMETRIC, &photometric), 1);
+        QCOMPARE(int(photometric), int(PHOTOMETRIC_MINISWHITE));
+        TIFFClose(file);
+    }
+
+    void bigTiffOnRequest()
+    {
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("image.tif"));
+        const auto data = dataOf(randomImage(describe(ep::DataTypeUInt16, 9, 9)));
+        const auto back = throughFile(path, *data, {{QStringLiteral("bigtiff"), true}});
+        QVERIFY(back);
+        QVERIFY(ep::SameSamples(data->image(), back->image()));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(int(file.read(4)[2]), 43);
+    }
+
+    void namesMayHoldAnyCharacter()
+    {
+        QTemporaryDir folder;
+        const auto data = dataOf(randomImage(describe(ep::DataTypeUInt16, 9, 9)));
+        QVERIFY(throughFile(folder.filePath(QStringLiteral("Bild \u00e4\u5c71 %d.tif")), *data));
+    }
+};
+
+QTEST_GUILESS_MAIN(TiffRoundTripTest)
+#include "TiffRoundTripTest.moc"
