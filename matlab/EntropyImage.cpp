@@ -13,8 +13,9 @@ bool LoadEntropyImageFromMat(QString const& prefix, QString const& path, ep::SxI
 {
     MatDirectory directory;
     ep::SxFileError error;
-    return directory.open(path, entropyVariables(prefix), error)
-           && readEntropyPlanes(directory, prefix, defaultMemoryLimit(), image, error);
+    const qint64 limit = defaultMemoryLimit();
+    return directory.open(path, entropyVariables(prefix), limit, error)
+           && readEntropyPlanes(directory, prefix, limit, image, error);
 }
 
 bool SaveEntropyImageToMat(ep::SxImageBuf const& image, QString const& name, QString const& path, bool reverseRows)

@@ -40,9 +40,10 @@ qint64 MatEntry::elements() const
     return product.isValid() ? product.value() : -1;
 }
 
-bool MatDirectory::open(const QString& path, const QList<QByteArray>& readable, ep::SxFileError& error)
+bool MatDirectory::open(const QString& path, const QList<QByteArray>& readable, qint64 memoryLimit,
+                        ep::SxFileError& error)
 {
-    error = checkMatFile(path);
+    error = checkMatFile(path, memoryLimit);
     if (error)
         return false;
     m_mat.reset(Mat_Open(path.toLocal8Bit().constData(), MAT_ACC_RDONLY));

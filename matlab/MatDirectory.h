@@ -45,9 +45,10 @@ public:
      * Opens the file @p path and walks its headers.
      * @param readable prefixes of the names of variables whose data may be asked for. (A compressed variable keeps
      * 40 KB for it.) The first matrix of numbers can always be read.
+     * @param memoryLimit most bytes that the descriptions of all variables may take, nested ones included
      * @param error    receives why there is no directory
      */
-    bool open(const QString& path, const QList<QByteArray>& readable, ep::SxFileError& error);
+    bool open(const QString& path, const QList<QByteArray>& readable, qint64 memoryLimit, ep::SxFileError& error);
 
     const std::vector<MatEntry>& entries() const { return m_entries; }  ///< the variables in their order
     /** The first variable of that name; null when there is none. */

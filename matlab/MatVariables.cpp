@@ -60,7 +60,7 @@ bool ListMatVariables(QString const& path, QVector<MatVariable>& variables, QStr
 {
     MatDirectory directory;
     ep::SxFileError error;
-    if (!directory.open(path, {metadataName().toLatin1()}, error)) {
+    if (!directory.open(path, {metadataName().toLatin1()}, defaultMemoryLimit(), error)) {
         if (reason)
             *reason = error.reason;
         return false;

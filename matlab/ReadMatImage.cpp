@@ -190,7 +190,7 @@ bool readMatImage(const QString& path, const ReadMatOptions& options, ep::SxImag
     error = ep::SxFileError();
     MatDirectory directory;
     const qint64 limit = options.memoryLimit > 0 ? options.memoryLimit : defaultMemoryLimit();
-    if (!directory.open(path, readableNames(options.baseName), error)) {
+    if (!directory.open(path, readableNames(options.baseName), limit, error)) {
         ep::FreeBuffer(image);
         return false;
     }
