@@ -1,8 +1,8 @@
 #include <ep/CxImageFormatManager.h>
+#include <ep/internal/DefaultMemoryLimit.h>
 
 #include <ep/CxImageData.h>
 
-#include "DefaultMemoryLimit.h"
 #include "FormatCatalog.h"
 #include "ReadImageFile.h"
 #include "WriteImageFile.h"
@@ -130,7 +130,7 @@ void CxImageFormatManager::addPluginFolder(const QString& folder)
 qint64 CxImageFormatManager::memoryLimit() const
 {
     const qint64 limit = m_d->memoryLimit;
-    return limit > 0 ? limit : defaultMemoryLimit();
+    return limit > 0 ? limit : internal::defaultMemoryLimit();
 }
 
 void CxImageFormatManager::setMemoryLimit(qint64 bytes)

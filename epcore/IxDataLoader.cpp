@@ -1,6 +1,6 @@
 #include <ep/IxDataLoader.h>
+#include <ep/internal/DefaultMemoryLimit.h>
 
-#include "DefaultMemoryLimit.h"
 #include "MetadataSideFile.h"
 
 #include <QFile>
@@ -81,7 +81,7 @@ IxDataLoader* IxDataLoader::internalLoader()
 
 qint64 IxDataLoader::memoryLimit() const
 {
-    return m_memoryLimit > 0 ? m_memoryLimit : defaultMemoryLimit();
+    return m_memoryLimit > 0 ? m_memoryLimit : internal::defaultMemoryLimit();
 }
 
 }  // namespace ep

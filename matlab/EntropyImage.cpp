@@ -1,10 +1,11 @@
 #include <orn/matlab/EntropyImage.h>
 
 #include "EntropyPlanes.h"
-#include "MatImageAllocation.h"
 
 #include <orn/matlab/AddImage.h>
 #include <orn/matlab/MatFile.h>
+
+#include <ep/internal/DefaultMemoryLimit.h>
 
 namespace orn {
 namespace matlab {
@@ -13,7 +14,7 @@ bool LoadEntropyImageFromMat(QString const& prefix, QString const& path, ep::SxI
 {
     MatDirectory directory;
     ep::SxFileError error;
-    const qint64 limit = defaultMemoryLimit();
+    const qint64 limit = ep::internal::defaultMemoryLimit();
     return directory.open(path, entropyVariables(prefix), limit, error)
            && readEntropyPlanes(directory, prefix, limit, image, error);
 }

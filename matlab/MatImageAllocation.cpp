@@ -5,8 +5,6 @@
 
 #include <limits>
 
-#include <unistd.h>
-
 namespace orn {
 namespace matlab {
 
@@ -19,11 +17,6 @@ bool refuse(ep::SxFileError& error, ep::ExFileError kind, const QString& reason)
 }
 
 }  // namespace
-
-qint64 defaultMemoryLimit()
-{
-    return static_cast<qint64>(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGESIZE) / 2;
-}
 
 bool allocateImage(const MatEntry& first, ep::ExImageDataType type, qint64 limit, ep::CxScopedBuffer& image,
                    ep::SxFileError& error)

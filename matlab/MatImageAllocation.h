@@ -11,9 +11,6 @@
 namespace orn {
 namespace matlab {
 
-/** Most bytes that an image may take when the caller names no limit: half of the machine's memory. */
-qint64 defaultMemoryLimit();
-
 /**
  * Gives @p image the size of the matrix @p first and the sample type @p type, with the channels and the layout that it
  * has already, and allocates it with tight rows.

@@ -1,10 +1,11 @@
 #include <orn/matlab/MatVariables.h>
 
 #include "EntropyPlanes.h"
-#include "MatImageAllocation.h"
 #include "MatMetadata.h"
 #include "MatNames.h"
 #include "MatSampleTypes.h"
+
+#include <ep/internal/DefaultMemoryLimit.h>
 
 namespace orn {
 namespace matlab {
@@ -46,7 +47,7 @@ void setRoles(QVector<MatVariable>& variables, MatDirectory& directory)
     ep::CxMetadata metadata;
     MatEntry* const text = findMetadata(directory);
     setRole(variables, directory, text, QStringLiteral("metadata"));
-    const bool isValid = text && readMetadata(directory, *text, defaultMemoryLimit(), metadata);
+    const bool isValid = text && readMetadata(directory, *text, ep::internal::defaultMemoryLimit(), metadata);
     const auto* item = findItem<CxMatlabImageMetadata>(metadata);
     if (isValid && item && item->savedChannels != 0)
         setPlaneRoles(variables, directory, ownPlaneNames(directory, item->savedChannels));
@@ -60,7 +61,7 @@ bool ListMatVariables(QString const& path, QVector<MatVariable>& variables, QStr
 {
     MatDirectory directory;
     ep::SxFileError error;
-    if (!directory.open(path, {metadataName().toLatin1()}, defaultMemoryLimit(), error)) {
+    if (!directory.open(path, {metadataName().toLatin1()}, ep::internal::defaultMemoryLimit(), error)) {
         if (reason)
             *reason = error.reason;
         return false;

@@ -16,6 +16,8 @@
 #include <algorithm>
 #include <limits>
 
+#include <ep/internal/DefaultMemoryLimit.h>
+
 namespace orn {
 namespace matlab {
 
@@ -189,7 +191,7 @@ bool readMatImage(const QString& path, const ReadMatOptions& options, ep::SxImag
     isEntropy = false;
     error = ep::SxFileError();
     MatDirectory directory;
-    const qint64 limit = options.memoryLimit > 0 ? options.memoryLimit : defaultMemoryLimit();
+    const qint64 limit = options.memoryLimit > 0 ? options.memoryLimit : ep::internal::defaultMemoryLimit();
     if (!directory.open(path, readableNames(options.baseName), limit, error)) {
         ep::FreeBuffer(image);
         return false;
