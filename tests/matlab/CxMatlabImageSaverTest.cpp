@@ -21,11 +21,15 @@ namespace {
 
 using Options = QMap<QString, QVariant>;
 
+/** The first item of a class; it lives as long as @p metadata. */
 template <typename Item>
 const Item* itemOf(const ep::CxMetadata& metadata)
 {
     return qobject_cast<const Item*>(metadata.findItem(Item::staticMetaObject));
 }
+
+template <typename Item>
+const Item* itemOf(const ep::CxMetadata&& metadata) = delete;
 
 }  // namespace
 
@@ -137,7 +141,8 @@ void CxMatlabImageSaverTest::planes()
     QCOMPARE(mat.names(), names + QStringList(QStringLiteral("ep_image_metadata")));
     for (const QString& name : names)
         QCOMPARE(mat.size(name), planeSize);
-    const auto* item = itemOf<CxMatlabImageMetadata>(mat.metadata());
+    const ep::CxMetadata metadata = mat.metadata();
+    const auto* item = itemOf<CxMatlabImageMetadata>(metadata);
     QVERIFY(item);
     QCOMPARE(item->origChannels, channels);
     QCOMPARE(item->savedChannels, names.size());
