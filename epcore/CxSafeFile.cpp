@@ -3,7 +3,9 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMutex>
 #include <QRandomGenerator>
+#include <QSet>
 
 #include <cerrno>
 #include <cstdio>
@@ -57,6 +59,25 @@ bool fail(SxFileError& error, const QString& reason)
     return false;
 }
 
+bool failAbandoned(SxFileError& error)
+{
+    return fail(error, QStringLiteral("the program is ending"));
+}
+
+/** The temporary files that exist now, for abandonAll(). */
+struct LiveFiles {
+    QMutex mutex;
+    QSet<QByteArray> names;
+    bool areAbandoned = false;
+};
+
+LiveFiles& liveFiles()
+{
+    // Never destroyed: a program may abandon its files while it ends.
+    static LiveFiles* const files = new LiveFiles;
+    return *files;
+}
+
 /** @p path with symbolic links of its last part followed, also to a file that does not exist yet. */
 QString behindLinks(QString path)
 {
@@ -106,8 +127,22 @@ CxSafeFile::CxSafeFile(const QString& target) : m_target(target) {}
 
 CxSafeFile::~CxSafeFile()
 {
-    if (!m_temporary.isEmpty())
-        ::unlink(QFile::encodeName(m_temporary));
+    if (m_temporary.isEmpty())
+        return;
+    const QByteArray name = QFile::encodeName(m_temporary);
+    const QMutexLocker locker(&liveFiles().mutex);
+    if (liveFiles().names.remove(name))
+        ::unlink(name);
+}
+
+void CxSafeFile::abandonAll()
+{
+    LiveFiles& files = liveFiles();
+    const QMutexLocker locker(&files.mutex);
+    files.areAbandoned = true;
+    for (const QByteArray& name : qAsConst(files.names))
+        ::unlink(name);
+    files.names.clear();
 }
 
 bool CxSafeFile::create(SxFileError& error)
@@ -118,11 +153,16 @@ bool CxSafeFile::create(SxFileError& error)
         return fail(error, QStringLiteral("it is a folder, not a file"));
     if (target.isSymLink() || (target.exists() && !target.isFile()))
         return fail(error, QStringLiteral("it is not a regular file"));
+    LiveFiles& files = liveFiles();
+    const QMutexLocker locker(&files.mutex);
+    if (files.areAbandoned)
+        return failAbandoned(error);
     for (;;) {
         const QString name = temporaryBeside(m_target);
         const Descriptor file(::open(QFile::encodeName(name), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
         if (file.isOpen()) {
             m_temporary = name;
+            files.names.insert(QFile::encodeName(name));
             return true;
         }
         if (errno != EEXIST)
@@ -146,12 +186,18 @@ bool CxSafeFile::commit(bool refuseReplace, SxFileError& error)
         if (::fsync(file.fd()) != 0)
             return fail(error, reasonOf(errno));
     }
+    LiveFiles& files = liveFiles();
+    QMutexLocker locker(&files.mutex);
+    if (files.areAbandoned)
+        return failAbandoned(error);
     const int result = refuseReplace ? renameWithoutReplacing(from, to) : ::rename(from, to);
     if (result != 0) {
         const int code = errno;
         error = {code == EEXIST ? ExFileError::Refused : ExFileError::Unwritable, reasonOf(code)};
         return false;
     }
+    files.names.remove(from);
+    locker.unlock();
     flushFolder(QFileInfo(m_target).path());
     m_temporary.clear();
     return true;

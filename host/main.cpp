@@ -2,6 +2,7 @@
  * @file
  * The command line program `orn`.
  */
+#include "Cancellation.h"
 #include "Command.h"
 #include "ConvertCommand.h"
 #include "FormatsCommand.h"
@@ -28,12 +29,15 @@ constexpr AddCommand commands[] = {
     addInfoCommand, addConvertCommand, addMatCommand, addPluginsCommand, addFormatsCommand,
 };
 
-/** File names are UTF-8 in every environment, and a reader that goes away is met where data is written. */
+/** File names are UTF-8 in every environment; a reader that went away and a file size limit are met where data is
+ * written. */
 void prepareProcess()
 {
     std::setlocale(LC_CTYPE, "C.UTF-8");
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    endCleanlyOnSignals();
 }
 
 void describe(CLI::App& program)
@@ -73,12 +77,17 @@ ExitCode answer(const CLI::App& program, const CLI::ParseError& error, Output& o
         output.data(text(help.str()));
         return output.finish(ExitCode::Done);
     }
+    const CLI::App* command = &program;
     std::string name = program.get_name();
-    for (const CLI::App* command = &program; !command->get_subcommands().empty();) {
+    while (!command->get_subcommands().empty()) {
         command = command->get_subcommands().front();
         name += " " + command->get_name();
     }
-    output.problem(QString(), text(error.what()));
+    std::string reason = error.what();
+    // The parser only says that there must be a command.
+    if (command->get_require_subcommand_min() > 0 && !command->remaining().empty())
+        reason = "'" + command->remaining().front() + "' is not known";
+    output.problem(QString(), text(reason));
     output.problem(QString(), QStringLiteral("try '%1 --help'").arg(text(name)));
     return ExitCode::Usage;
 }

@@ -34,6 +34,12 @@ public:
      */
     bool commit(bool refuseReplace, SxFileError& error);
 
+    /**
+     * Removes the temporary files of all objects of the process; from then on create() and commit() fail. For a program
+     * that is about to end in the middle of its work. Thread-safe.
+     */
+    static void abandonAll();
+
 private:
     QString m_target;
     QString m_temporary;

@@ -1,0 +1,48 @@
+#include "Cancellation.h"
+
+#include "ExitCodes.h"
+
+#include <ep/CxSafeFile.h>
+
+#include <csignal>
+#include <initializer_list>
+#include <system_error>
+#include <thread>
+
+#include <unistd.h>
+
+namespace {
+
+bool isIgnored(int signal)
+{
+    struct sigaction action = {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+/** A thread may do what a signal handler may not, so it is a thread that the signals go to. */
+[[noreturn]] void waitForSignal(const sigset_t& signals)
+{
+    int signal = 0;
+    while (sigwait(&signals, &signal) != 0)
+        continue;
+    ep::CxSafeFile::abandonAll();
+    _exit(static_cast<int>(ExitCode::Cancelled));
+}
+
+}  // namespace
+
+void endCleanlyOnSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP})
+        if (!isIgnored(signal))
+            sigaddset(&signals, signal);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    try {
+        std::thread([signals] { waitForSignal(signals); }).detach();
+    } catch (const std::system_error&) {
+        // Without the thread, the signals do what they always do.
+        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    }
+}
