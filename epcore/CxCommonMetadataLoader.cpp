@@ -30,8 +30,8 @@ void read(const QString& text, double& value)
 void read(const QString& text, QVector<double>& values)
 {
     QVector<double> numbers;
-    const auto words = text.simplified().splitRef(QLatin1Char(' '), Qt::SkipEmptyParts);
-    for (const QStringRef& word : words) {
+    const QStringList words = text.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    for (const QString& word : words) {
         bool ok = false;
         numbers.append(word.toDouble(&ok));
         if (!ok)
