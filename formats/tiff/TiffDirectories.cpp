@@ -4,6 +4,7 @@
 #include <QSet>
 #include <QtEndian>
 
+#include <limits>
 #include <tiff.h>
 
 namespace ep {
@@ -12,44 +13,46 @@ namespace {
 
 constexpr int mostPages = 65535;
 
-/** Numbers of the file in its own byte order. A number past the end is 0 and ends the reading. */
+/** The file as numbers in its own byte order. Numbers past its end are 0. */
 class Numbers {
 public:
     explicit Numbers(const QString& path) : m_file(path)
     {
-        m_isSound = m_file.open(QIODevice::ReadOnly);
-        const QByteArray order = m_file.read(2);
-        m_isBigEndian = order == "MM";
-        const quint16 version = next<quint16>();
+        // Directories lie far apart, so a buffer would only be filled in vain.
+        if (!m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+            return;
+        load(0, 16);
+        m_isBigEndian = m_bytes.startsWith("MM");
+        const auto version = at<quint16>(2);
         m_isBig = version == TIFF_VERSION_BIG;
-        m_isSound = m_isSound && (m_isBigEndian || order == "II") && (m_isBig || version == TIFF_VERSION_CLASSIC);
-        if (m_isBig)
-            next<quint32>();  // the size of offsets, and a zero
+        m_isTiff = (m_isBigEndian || m_bytes.startsWith("II")) && (m_isBig || version == TIFF_VERSION_CLASSIC);
     }
 
-    bool isSound() const { return m_isSound; }
+    bool isTiff() const { return m_isTiff; }
     bool isBig() const { return m_isBig; }
-    void seek(quint64 offset)
-    {
-        m_isSound =
-            m_isSound && offset < static_cast<quint64>(m_file.size()) && m_file.seek(static_cast<qint64>(offset));
-    }
-    quint64 nextOffset() { return m_isBig ? next<quint64>() : next<quint32>(); }
-    quint64 nextCount() { return m_isBig ? next<quint64>() : next<quint16>(); }
 
-    template <typename T>
-    T next()
+    /** Loads up to @p count bytes at @p offset. */
+    void load(quint64 offset, qint64 count)
     {
-        char bytes[sizeof(T)] = {};
-        m_isSound = m_isSound && m_file.read(bytes, sizeof bytes) == qint64(sizeof bytes);
-        if (!m_isSound)
-            return 0;
-        return m_isBigEndian ? qFromBigEndian<T>(bytes) : qFromLittleEndian<T>(bytes);
+        const bool fits = offset < quint64(std::numeric_limits<qint64>::max());
+        m_bytes = fits && m_file.seek(static_cast<qint64>(offset)) ? m_file.read(count) : QByteArray();
     }
+    /** The number at byte @p place of what was loaded. */
+    template <typename T>
+    T at(int place) const
+    {
+        if (place + int(sizeof(T)) > m_bytes.size())
+            return 0;
+        return m_isBigEndian ? qFromBigEndian<T>(m_bytes.constData() + place)
+                             : qFromLittleEndian<T>(m_bytes.constData() + place);
+    }
+    /** An offset or a count, which has the width of an offset. */
+    quint64 offsetAt(int place) const { return m_isBig ? at<quint64>(place) : at<quint32>(place); }
 
 private:
     QFile m_file;
-    bool m_isSound = false;
+    QByteArray m_bytes;
+    bool m_isTiff = false;
     bool m_isBigEndian = false;
     bool m_isBig = false;
 };
@@ -62,24 +65,25 @@ struct Directory {
 /** Reads the directory at @p offset. Its kind stands in its lowest tag, so one of the first few entries has it. */
 Directory readDirectory(Numbers& numbers, quint64 offset)
 {
-    numbers.seek(offset);
-    const quint64 entries = numbers.nextCount();
-    const quint64 entryBytes = numbers.isBig() ? 20 : 12;
-    const quint64 headBytes = numbers.isBig() ? 8 : 2;
+    const int headBytes = numbers.isBig() ? 8 : 2;
+    const int entryBytes = numbers.isBig() ? 20 : 12;
+    const int offsetBytes = numbers.isBig() ? 8 : 4;
+    numbers.load(offset, headBytes + 4 * entryBytes);
+    const quint64 entries = numbers.isBig() ? numbers.at<quint64>(0) : numbers.at<quint16>(0);
     Directory directory{0, true};
     if (entries > 0xffff)
         return directory;
-    for (quint64 i = 0; i < qMin<quint64>(entries, 4); ++i) {
-        numbers.seek(offset + headBytes + i * entryBytes);
-        if (numbers.next<quint16>() != TIFFTAG_SUBFILETYPE)
+    for (int i = 0; i < qMin(static_cast<int>(entries), 4); ++i) {
+        const int entry = headBytes + i * entryBytes;
+        if (numbers.at<quint16>(entry) != TIFFTAG_SUBFILETYPE)
             continue;
-        const quint16 type = numbers.next<quint16>();
-        numbers.nextOffset();  // the count has the width of an offset
-        const quint32 kind = type == TIFF_SHORT ? numbers.next<quint16>() : numbers.next<quint32>();
+        const int value = entry + 4 + offsetBytes;
+        const bool isShort = numbers.at<quint16>(entry + 2) == TIFF_SHORT;
+        const quint32 kind = isShort ? numbers.at<quint16>(value) : numbers.at<quint32>(value);
         directory.isPage = !(kind & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK));
     }
-    numbers.seek(offset + headBytes + entries * entryBytes);
-    directory.next = numbers.nextOffset();
+    numbers.load(offset + static_cast<quint64>(headBytes) + entries * static_cast<quint64>(entryBytes), offsetBytes);
+    directory.next = numbers.offsetAt(0);
     return directory;
 }
 
@@ -91,8 +95,8 @@ QVector<quint64> tiffPageOffsets(const QString& path)
     QVector<quint64> pages;
     QSet<quint64> seen;
     Numbers numbers(path);
-    quint64 offset = numbers.nextOffset();
-    while (numbers.isSound() && offset != 0 && !seen.contains(offset) && all.size() < mostPages) {
+    quint64 offset = numbers.isTiff() ? numbers.offsetAt(numbers.isBig() ? 8 : 4) : 0;
+    while (offset != 0 && !seen.contains(offset) && all.size() < mostPages) {
         const Directory directory = readDirectory(numbers, offset);
         seen.insert(offset);
         all.append(offset);

@@ -79,8 +79,8 @@ TiffFile TiffFile::openForReading(const QString& path, qint64 memoryLimit)
         refused.m_report->problem = probe.errorString();
     if (!refused.problem().isEmpty())
         return refused;
-    // "m": a mapped file that another process shortens would kill this one.
-    return open(path, "rm", memoryLimit);
+    // "m": a mapped file that another process shortens would kill this one. "h": the pages' directories are read later.
+    return open(path, "rmh", memoryLimit);
 }
 
 TiffFile TiffFile::openForWriting(const QString& path, Variant variant)

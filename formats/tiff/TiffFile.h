@@ -33,8 +33,8 @@ public:
     TiffFile& operator=(TiffFile&&) noexcept;
 
     /**
-     * Opens the regular file @p path and reads its first directory. libtiff is held to allocations of at most
-     * @p memoryLimit bytes each.
+     * Opens the regular file @p path and reads its header, but no directory yet: choose one with
+     * TIFFSetSubDirectory(). libtiff is held to allocations of at most @p memoryLimit bytes each.
      */
     static TiffFile openForReading(const QString& path, qint64 memoryLimit);
     /** Creates or empties @p path, in the byte order of this machine. */

@@ -3,11 +3,6 @@
 #include "FormatPlugin.h"
 #include "TestImages.h"
 
-#include <ep/ChannelIndexLogicalToPhysical.h>
-#include <ep/CxCommonImageMetadata.h>
-#include <ep/CxImageData.h>
-#include <ep/IxImageDataLoader.h>
-#include <ep/IxImageDataSaver.h>
 #include <ep/SameSamples.h>
 
 #include <QtTest>
@@ -22,50 +17,17 @@ constexpr ep::ExImageDataType writtenTypes[] = {
     ep::DataTypeInt8,   ep::DataTypeUInt8, ep::DataTypeInt16,  ep::DataTypeUInt16, ep::DataTypeInt32,
     ep::DataTypeUInt32, ep::DataTypeFloat, ep::DataTypeDouble, ep::DataTypeInt64,  ep::DataTypeUInt64};
 
-std::unique_ptr<ep::IxImageDataSaver> makeSaver()
+/** Saves and loads; the data are null when one of them fails. */
+LoadedFrame throughFile(const QString& path, const ep::CxImageData& data, const QMap<QString, QVariant>& options = {})
 {
-    return makeRegistered<ep::IxImageDataSaver>("ep::tiff::CxTiffImageSaver", "IxImageDataSaver");
-}
-
-std::unique_ptr<ep::IxImageDataLoader> makeLoader()
-{
-    return makeRegistered<ep::IxImageDataLoader>("ep::tiff::CxTiffImageLoader", "IxImageDataLoader");
-}
-
-std::unique_ptr<ep::CxImageData> dataOf(ep::CxScopedBuffer image, ep::CxCommonImageMetadata* common = nullptr)
-{
-    auto data = std::make_unique<ep::CxImageData>();
-    data->setImageShallow(image.take(), 0, 0, QDateTime());
-    ep::CxMetadata metadata;
-    metadata.addMetadata(common);
-    data->setMetadata(std::move(metadata));
-    return data;
-}
-
-const ep::CxCommonImageMetadata* commonOf(const ep::CxImageData& data)
-{
-    return qobject_cast<const ep::CxCommonImageMetadata*>(
-        data.metadata().findItem(ep::CxCommonImageMetadata::staticMetaObject));
-}
-
-/** Saves and loads; null when one of them fails. */
-std::unique_ptr<ep::CxImageData> throughFile(const QString& path, const ep::CxImageData& data,
-                                             const QMap<QString, QVariant>& options = {})
-{
-    const auto saver = makeSaver();
+    const auto saver = makeRegistered<ep::IxImageDataSaver>("ep::tiff::CxTiffImageSaver", "IxImageDataSaver");
     saver->setFileName(path);
     saver->setOptions(options);
     if (!saver->saveImage(&data)) {
         qWarning() << saver->lastError().reason;
-        return nullptr;
+        return {};
     }
-    const auto loader = makeLoader();
-    loader->setFileName(path);
-    if (!loader->open()) {
-        qWarning() << loader->lastError().reason;
-        return nullptr;
-    }
-    return std::unique_ptr<ep::CxImageData>(loader->imageData(0));
+    return loadFrame("ep::tiff::CxTiffImageLoader", path);
 }
 
 ep::SxImageInfo mosaic(ep::ExBayerGrid grid, int cellWidth, int cellHeight)
@@ -95,16 +57,16 @@ class TiffRoundTripTest : public QObject {
 
     static void compareAll(const QString& path, const ep::SxImageInfo& info)
     {
-        const auto data = dataOf(randomImage(info));
+        const auto data = imageDataOf(randomImage(info));
         for (const char* compression : {"none", "deflate", "lzw"}) {
-            const auto back =
+            const LoadedFrame back =
                 throughFile(path, *data, {{QStringLiteral("compression"), QString::fromLatin1(compression)}});
-            QVERIFY(back);
-            QVERIFY(ep::SameSamples(data->image(), back->image()));
-            QCOMPARE(int(back->image().layout), int(info.layout));
-            QCOMPARE(back->image().bitDepth, info.bitDepth);
-            QCOMPARE(back->image().formatCode, 1);
-            QCOMPARE(int(back->image().bayerGrid), int(ep::BayerGridNone));
+            QVERIFY(back.data);
+            QVERIFY(ep::SameSamples(data->image(), back.image()));
+            QCOMPARE(int(back.image().layout), int(info.layout));
+            QCOMPARE(back.image().bitDepth, info.bitDepth);
+            QCOMPARE(back.image().formatCode, 1);
+            QCOMPARE(int(back.image().bayerGrid), int(ep::BayerGridNone));
         }
     }
 
@@ -146,14 +108,14 @@ private slots:
         QTemporaryDir folder;
         ep::SxImageInfo info = describe(ep::DataTypeUInt16, 5, 4, 4, static_cast<ep::ExImageLayout>(layout), 2);
         info.formatCode = ep::FormatCodeReversedColors;
-        const auto data = dataOf(randomImage(info));
-        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
-        QVERIFY(back);
-        QCOMPARE(back->image().formatCode, 1);
+        const auto data = imageDataOf(randomImage(info));
+        const LoadedFrame back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
+        QVERIFY(back.data);
+        QCOMPARE(back.image().formatCode, 1);
         for (int c = 0; c < 4; ++c)
             for (int y = 0; y < 4; ++y)
                 for (int x = 0; x < 5; ++x)
-                    QVERIFY(sameSample(data->image(), x, y, c == 0 ? 2 : c == 2 ? 0 : c, back->image(), x, y, c));
+                    QVERIFY(sameSample(data->image(), x, y, c == 0 ? 2 : c == 2 ? 0 : c, back.image(), x, y, c));
     }
 
     void depthComesBack_data()
@@ -180,10 +142,11 @@ private slots:
         info.bitDepth = depth;
         ep::CxScopedBuffer image(info);
         QVERIFY(!ep::failed(image.allocate(true)));
-        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *dataOf(std::move(image)));
-        QVERIFY(back);
-        QCOMPARE(back->image().bitDepth, depthBack);
-        QCOMPARE(commonOf(*back)->colorBitDepth, depthBack);
+        const LoadedFrame back =
+            throughFile(folder.filePath(QStringLiteral("image.tif")), *imageDataOf(std::move(image)));
+        QVERIFY(back.data);
+        QCOMPARE(back.image().bitDepth, depthBack);
+        QCOMPARE(back.common()->colorBitDepth, depthBack);
     }
 
     void aDepthThatTheSamplesExceedIsNotBelieved()
@@ -194,9 +157,10 @@ private slots:
         ep::CxScopedBuffer image(info);
         QVERIFY(!ep::failed(image.allocate(true)));
         setSample<quint16>(image.image(), 1, 1, 0, 1024);
-        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *dataOf(std::move(image)));
-        QVERIFY(back);
-        QCOMPARE(back->image().bitDepth, 16);
+        const LoadedFrame back =
+            throughFile(folder.filePath(QStringLiteral("image.tif")), *imageDataOf(std::move(image)));
+        QVERIFY(back.data);
+        QCOMPARE(back.image().bitDepth, 16);
     }
 
     void mosaicsStayMosaics_data()
@@ -218,15 +182,15 @@ private slots:
         QFETCH(int, cellWidth);
         QFETCH(int, cellHeight);
         QTemporaryDir folder;
-        const auto data = dataOf(randomMosaic(mosaic(static_cast<ep::ExBayerGrid>(grid), cellWidth, cellHeight)));
-        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
-        QVERIFY(back);
-        QVERIFY(ep::SameSamples(data->image(), back->image()));
-        QCOMPARE(int(back->image().bayerGrid), grid);
-        QCOMPARE(back->image().patternWidth, cellWidth);
-        QCOMPARE(back->image().patternHeight, cellHeight);
-        QCOMPARE(back->image().bitDepth, 14);
-        QCOMPARE(commonOf(*back)->bayerGrid, grid);
+        const auto data = imageDataOf(randomMosaic(mosaic(static_cast<ep::ExBayerGrid>(grid), cellWidth, cellHeight)));
+        const LoadedFrame back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
+        QVERIFY(back.data);
+        QVERIFY(ep::SameSamples(data->image(), back.image()));
+        QCOMPARE(int(back.image().bayerGrid), grid);
+        QCOMPARE(back.image().patternWidth, cellWidth);
+        QCOMPARE(back.image().patternHeight, cellHeight);
+        QCOMPARE(back.image().bitDepth, 14);
+        QCOMPARE(back.common()->bayerGrid, grid);
     }
 
     void theMosaicStandsInTagsToo()
@@ -235,7 +199,7 @@ private slots:
         const QString path = folder.filePath(QStringLiteral("image.tif"));
         auto* common = new ep::CxCommonImageMetadata;
         common->patternColors = QStringLiteral("GBRGRB");
-        QVERIFY(throughFile(path, *dataOf(randomMosaic(mosaic(ep::BayerGridCell, 3, 2)), common)));
+        QVERIFY(throughFile(path, *imageDataOf(randomMosaic(mosaic(ep::BayerGridCell, 3, 2)), common)).data);
         TIFF* file = TIFFOpen(path.toUtf8().constData(), "r");
         QVERIFY(file);
         uint16_t* repeat = nullptr;
@@ -272,32 +236,32 @@ private slots:
         common->attributes.insert(QStringLiteral("Software"), QStringLiteral("tests"));
         common->attributes.insert(QStringLiteral("XResolution"), QStringLiteral("300"));
         common->attributes.insert(QStringLiteral("LensModel"), QStringLiteral("35/2"));
-        const auto data = dataOf(randomMosaic(mosaic(ep::BayerGridGBRG, 0, 0)), common);
-        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
-        QVERIFY(back);
-        QCOMPARE(back->dateTime(), common->captureTime);
+        const auto data = imageDataOf(randomMosaic(mosaic(ep::BayerGridGBRG, 0, 0)), common);
+        const LoadedFrame back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
+        QVERIFY(back.data);
+        QCOMPARE(back.data->dateTime(), common->captureTime);
         const auto expected = std::unique_ptr<ep::IxMetadataItem>(common->clone());
         qobject_cast<ep::CxCommonImageMetadata*>(expected.get())->bayerGrid = ep::BayerGridGBRG;
         ep::CxMetadata reference;
         reference.addMetadata(expected->clone());
-        QCOMPARE(back->metadata().saveToXml(1).split(QLatin1Char('\n')),
+        QCOMPARE(back.data->metadata().saveToXml(1).split(QLatin1Char('\n')),
                  reference.saveToXml(1).split(QLatin1Char('\n')));
     }
 
     void itemsThatNobodyKnowsComeBack()
     {
         QTemporaryDir folder;
-        const auto data = dataOf(randomImage(describe(ep::DataTypeUInt8, 3, 3)));
+        const auto data = imageDataOf(randomImage(describe(ep::DataTypeUInt8, 3, 3)));
         ep::CxMetadata metadata;
         QVERIFY(metadata.loadFromXml(
             QStringLiteral("<metadata><item class=\"vendor::Unknown\"><deep>x</deep></item></metadata>")));
         data->setMetadata(metadata);
-        const auto back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
-        QVERIFY(back);
-        QVERIFY(back->metadata().saveToXml(-1).contains(
+        const LoadedFrame back = throughFile(folder.filePath(QStringLiteral("image.tif")), *data);
+        QVERIFY(back.data);
+        QVERIFY(back.data->metadata().saveToXml(-1).contains(
             QStringLiteral("<item class=\"vendor::Unknown\"><deep>x</deep></item>")));
-        QCOMPARE(back->metadata().items().size(), 2);
-        QVERIFY2(!commonOf(*data), "the saver works on a copy");
+        QCOMPARE(back.data->metadata().items().size(), 2);
+        QVERIFY2(data->metadata().items().size() == 1, "the saver works on a copy");
     }
 
     void inverseGreyStaysInverse()
@@ -306,7 +270,7 @@ private slots:
         const QString path = folder.filePath(QStringLiteral("image.tif"));
         auto* common = new ep::CxCommonImageMetadata;
         common->attributes.insert(QStringLiteral("PhotometricInterpretation"), QStringLiteral("MinIsWhite"));
-        QVERIFY(throughFile(path, *dataOf(randomImage(describe(ep::DataTypeUInt8, 3, 3)), common)));
+        QVERIFY(throughFile(path, *imageDataOf(randomImage(describe(ep::DataTypeUInt8, 3, 3)), common)).data);
         TIFF* file = TIFFOpen(path.toUtf8().constData(), "r");
         QVERIFY(file);
         uint16_t photometric = 0;
@@ -319,10 +283,10 @@ private slots:
     {
         QTemporaryDir folder;
         const QString path = folder.filePath(QStringLiteral("image.tif"));
-        const auto data = dataOf(randomImage(describe(ep::DataTypeUInt16, 9, 9)));
-        const auto back = throughFile(path, *data, {{QStringLiteral("bigtiff"), true}});
-        QVERIFY(back);
-        QVERIFY(ep::SameSamples(data->image(), back->image()));
+        const auto data = imageDataOf(randomImage(describe(ep::DataTypeUInt16, 9, 9)));
+        const LoadedFrame back = throughFile(path, *data, {{QStringLiteral("bigtiff"), true}});
+        QVERIFY(back.data);
+        QVERIFY(ep::SameSamples(data->image(), back.image()));
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(int(file.read(4)[2]), 43);
@@ -331,8 +295,8 @@ private slots:
     void namesMayHoldAnyCharacter()
     {
         QTemporaryDir folder;
-        const auto data = dataOf(randomImage(describe(ep::DataTypeUInt16, 9, 9)));
-        QVERIFY(throughFile(folder.filePath(QStringLiteral("Bild \u00e4\u5c71 %d.tif")), *data));
+        const auto data = imageDataOf(randomImage(describe(ep::DataTypeUInt16, 9, 9)));
+        QVERIFY(throughFile(folder.filePath(QStringLiteral("Bild \u00e4\u5c71 %d.tif")), *data).data);
     }
 };
 

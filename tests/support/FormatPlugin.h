@@ -4,7 +4,12 @@
  */
 #pragma once
 
+#include <ep/CxCommonImageMetadata.h>
+#include <ep/CxImageData.h>
 #include <ep/CxRtti.h>
+#include <ep/CxScopedBuffer.h>
+#include <ep/IxImageDataLoader.h>
+#include <ep/IxImageDataSaver.h>
 
 #include <QObject>
 #include <QPluginLoader>
@@ -37,6 +42,43 @@ std::unique_ptr<Interface> makeRegistered(const char* className, const char* int
             return std::unique_ptr<Interface>(qobject_cast<Interface*>(type->newInstance()));
     qFatal("%s is not registered as %s", className, interfaceName);
     return nullptr;
+}
+
+/** An open loader and the frame that was asked for. */
+struct LoadedFrame {
+    std::unique_ptr<ep::IxImageDataLoader> loader;
+    std::unique_ptr<ep::CxImageData> data;  ///< null when the file was not opened
+
+    const ep::SxImageBuf& image() const { return data->image(); }
+    const ep::CxCommonImageMetadata* common() const
+    {
+        return qobject_cast<const ep::CxCommonImageMetadata*>(
+            data->metadata().findItem(ep::CxCommonImageMetadata::staticMetaObject));
+    }
+};
+
+/** Loads a frame with a new loader of class @p className. */
+inline LoadedFrame loadFrame(const char* className, const QString& path, int frame = 0, qint64 memoryLimit = 0)
+{
+    LoadedFrame loaded;
+    loaded.loader = makeRegistered<ep::IxImageDataLoader>(className, "IxImageDataLoader");
+    loaded.loader->setMemoryLimit(memoryLimit);
+    loaded.loader->setFileName(path);
+    if (loaded.loader->open())
+        loaded.data.reset(loaded.loader->imageData(frame));
+    return loaded;
+}
+
+/** Image data as hosts hand them to savers; takes @p image and @p common, which may be null, over. */
+inline std::unique_ptr<ep::CxImageData> imageDataOf(ep::CxScopedBuffer image,
+                                                    ep::CxCommonImageMetadata* common = nullptr)
+{
+    auto data = std::make_unique<ep::CxImageData>();
+    data->setImageShallow(image.take(), 0, 0, QDateTime());
+    ep::CxMetadata metadata;
+    metadata.addMetadata(common);
+    data->setMetadata(std::move(metadata));
+    return data;
 }
 
 }  // namespace testing
