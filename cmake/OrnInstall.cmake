@@ -10,6 +10,8 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/orn_coreConfigVersion.cmake
 install(FILES ${CMAKE_BINARY_DIR}/orn_coreConfig.cmake ${CMAKE_BINARY_DIR}/orn_coreConfigVersion.cmake
     DESTINATION ${package_dir})
 
+# Relative to the .pc file itself, so that an installed tree can be moved.
+file(RELATIVE_PATH pc_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 foreach(pc epcore orn_core)
     configure_file(cmake/${pc}.pc.in ${CMAKE_BINARY_DIR}/${pc}.pc @ONLY)
     install(FILES ${CMAKE_BINARY_DIR}/${pc}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
