@@ -125,7 +125,7 @@ CxImageData* IxImageDataLoader::dataRoi(const QRect& roi, int frame)
     if (!data)
         return nullptr;
     const QRect part = roi.intersected({0, 0, data->image().width, data->image().height});
-    if (part.isEmpty())
+    if (roi.isEmpty() || part.isEmpty())
         return nullptr;
     return cutDown(std::move(data), {part.topLeft(), part.size(), {1, 1}, 1}).release();
 }
