@@ -6,19 +6,31 @@
 
 #include <QByteArray>
 #include <QFile>
+#include <QString>
 #include <QTemporaryDir>
 
+#include <sched.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
 namespace testing {
 
-/** Mounts a memory file system of @p kibibytes for its scope. Only root may; see isMounted(). */
+/**
+ * A memory file system with room for little, mounted for its scope. What is mounted is seen by this process alone and
+ * is gone with it. Where the system lets nobody but root do that, isMounted() is false.
+ *
+ * A test program that includes this file may be root in a user namespace of its own, so it cannot test permissions.
+ */
 class TinyDisk {
 public:
-    explicit TinyDisk(int kibibytes)
+    static constexpr int bytes = 64 * 1024;
+    static constexpr int mostFiles = 32;
+
+    TinyDisk()
     {
-        const QByteArray options = "size=" + QByteArray::number(kibibytes) + "k";
-        m_isMounted = mount("tmpfs", QFile::encodeName(m_folder.path()), "tmpfs", 0, options.constData()) == 0;
+        const QByteArray options = "size=" + QByteArray::number(bytes) + ",nr_inodes=" + QByteArray::number(mostFiles);
+        m_isMounted =
+            s_isAlone && mount("tmpfs", QFile::encodeName(m_folder.path()), "tmpfs", 0, options.constData()) == 0;
     }
     ~TinyDisk()
     {
@@ -32,6 +44,30 @@ public:
     QString filePath(const char* name) const { return m_folder.filePath(QLatin1String(name)); }
 
 private:
+    static bool mapUser(const char* file, unsigned id)
+    {
+        QFile map(QLatin1String("/proc/self/") + QLatin1String(file));
+        const QByteArray line = QByteArray::number(id) + ' ' + QByteArray::number(id) + " 1";
+        return map.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && map.write(line) == line.size();
+    }
+    /** Gives the process mounts of its own. A user namespace can be entered only before there is a second thread. */
+    static bool leaveTheOthers()
+    {
+        const uid_t user = geteuid();
+        const gid_t group = getegid();
+        if (unshare(CLONE_NEWNS) != 0) {
+            if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0 || !mapUser("uid_map", user))
+                return false;
+            QFile groups(QStringLiteral("/proc/self/setgroups"));
+            if (groups.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+                groups.write("deny");
+            mapUser("gid_map", group);
+        }
+        return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    }
+
+    static inline const bool s_isAlone = leaveTheOthers();
+
     QTemporaryDir m_folder;
     bool m_isMounted = false;
 };
