@@ -19,10 +19,5 @@ void MatFileSize::addText(const QString& value, const QString& name)
     m_bytes += matVariableBytes(name, MatText(value).storedBytes());
 }
 
-void MatFileSize::addMatrix(int rows, int cols, const QString& name)
-{
-    m_bytes += matVariableBytes(name, qint64(rows) * cols * qint64(sizeof(double)));
-}
-
 }  // namespace matlab
 }  // namespace orn

@@ -21,8 +21,6 @@ public:
     void addImage(const ep::SxImageInfo& written, const QString& name, bool raw);
     /** What AddVar() wrote for a text. */
     void addText(const QString& value, const QString& name);
-    /** What AddVar() wrote for a matrix of doubles. */
-    void addMatrix(int rows, int cols, const QString& name);
 
     qint64 bytes() const { return m_bytes; }  ///< the size so far; an empty file has a header of 128 bytes
 
