@@ -75,6 +75,7 @@ private slots:
     void otherFieldsAreTakenOver();
     void refused_data();
     void refused();
+    void unknownLayoutOfAPlainPlaneIsTakenAsPlanarUnlessReversed();
     void nullHandleIsRefused();
     void tooLargePlaneIsRefusedBeforeAnythingIsWritten();
     void imageIsNeverChanged();
@@ -298,6 +299,19 @@ void AddImageTest::refused()
     ep::SxImageBuf empty = image.image();
     empty.data = nullptr;
     QVERIFY(!write(empty, false, raw));
+}
+
+void AddImageTest::unknownLayoutOfAPlainPlaneIsTakenAsPlanarUnlessReversed()
+{
+    ep::CxScopedBuffer image = testing::randomImage(planar(ep::DataTypeUInt16, 6, 4, 1));
+    ep::SxImageBuf odd = image.image();
+    odd.layout = ep::ExImageLayout(2);
+    QVERIFY(write(odd));
+    QCOMPARE(testing::variableNames(path()), QStringList{base + QStringLiteral("_channel_1")});
+    QCOMPARE(int(m_written.layout), int(ep::LayoutPlanar));
+    // Reversed rows come from a copy, which keeps the layout that nothing can transpose.
+    QVERIFY(!write(odd, true));
+    QVERIFY(isUntouched());
 }
 
 void AddImageTest::nullHandleIsRefused()
