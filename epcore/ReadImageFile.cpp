@@ -62,7 +62,8 @@ std::unique_ptr<CxImageData> readImageFile(FormatCatalog& catalog, const SxReadR
         SxFileError obstacle;
         if (auto* loader = qobject_cast<IxImageDataLoader*>(object.get()))
             data = readWith(*loader, request, obstacle);
-        if (!error)
+        // What is wrong with the file tells more than that some loader does not serve it.
+        if (!error || (error.kind == ExFileError::Unsupported && obstacle))
             error = obstacle;
     }
     if (data) {
