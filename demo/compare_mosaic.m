@@ -3,8 +3,8 @@
 %   compare_mosaic.m CAPTURE.mat CAPTURE.pgm
 %
 % Plain Octave and nothing of ours: this is what a reader of the file has to do.
-arguments = argv();
-mat = load(arguments{end - 1});
+names = argv();
+mat = load(names{end - 1});
 
 % The rows were stored bottom first: MATLAB's "axis xy" habit. The metadata says so.
 if strfind(mat.ep_image_metadata, "<reverse_rows>true</reverse_rows>")
@@ -23,7 +23,7 @@ mosaic(1:2:end, 2:2:end) = green1;   % G2 B
 mosaic(2:2:end, 1:2:end) = green2;
 mosaic(2:2:end, 2:2:end) = blue;
 
-file = fopen(arguments{end}, "r", "ieee-be");
+file = fopen(names{end}, "r", "ieee-be");
 assert(strcmp(strtrim(fgetl(file)), "P5"));
 extent = [];
 while numel(extent) < 3
