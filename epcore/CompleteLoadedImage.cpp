@@ -8,6 +8,7 @@
 #include <ep/internal/CheckedSize.h>
 
 #include "CommonMetadataItem.h"
+#include "SinglePlane.h"
 
 #include <limits>
 #include <utility>
@@ -78,6 +79,8 @@ SxFileError completeLoadedImage(CxImageData& data)
     CxCommonImageMetadata& common = commonItem(metadata, image.image());
     if (isSplitMosaic(image.image(), common) && !rebuildMosaic(image, common))
         return {ExFileError::TooLarge, QStringLiteral("there is not enough memory for its mosaic")};
+    if (relabelSinglePlane(image.image()))
+        common.layout = image->layout;
     setCell(image.image());
     image->bitDepth = trueDepth(image.image(), common.colorBitDepth);
     if (common.colorBitDepth == 0)

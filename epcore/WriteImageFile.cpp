@@ -8,17 +8,19 @@
 #include <ep/CxScopedBuffer.h>
 #include <ep/ExStatus.h>
 #include <ep/IxImageDataSaver.h>
-#include <ep/internal/PlaneView.h>
+#include <ep/internal/ImageCheck.h>
 
 #include "CommonMetadataItem.h"
 #include "FormatCatalog.h"
 #include "ProveImageFile.h"
+#include "SinglePlane.h"
 
 #include <QFileInfo>
 #include <QStorageInfo>
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 
 namespace ep {
 
@@ -56,6 +58,7 @@ bool prepare(const SxWriteRequest& request, const IxImageDataSaver& saver, CxIma
     }
     data.setMetadata(std::move(metadata));
     SxImageBuf handed = borrowed(image);
+    relabelSinglePlane(handed);
     if (image.layout == LayoutPacked && image.channels > 1 && !saver.acceptsInterleavedChannels()) {
         CxScopedBuffer planes;
         if (!deinterleave(image, planes))
@@ -77,6 +80,17 @@ SxFileError withTrueReason(const SxFileError& error, const QString& written, qin
     return error;
 }
 
+/** The memory limit of the proof: an image that the caller holds may be read, whatever is refused from strangers. */
+qint64 proofLimit(const SxWriteRequest& request)
+{
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    constexpr qint64 planesAndMosaic = 2;
+    const internal::CheckedSize bytes =
+        internal::rowBytes(*request.image) * internal::storedRows(*request.image).value();
+    const qint64 limit = std::max(request.memoryLimit, bytes.value());
+    return limit > most / planesAndMosaic ? most : limit * planesAndMosaic;
+}
+
 /** Writes and proves the temporary file @p name. */
 SxFileError writeAndProve(FormatCatalog& catalog, const SxWriteRequest& request, IxImageDataSaver& saver,
                           const QString& name)
@@ -93,10 +107,8 @@ SxFileError writeAndProve(FormatCatalog& catalog, const SxWriteRequest& request,
                  QStringLiteral("%1 could not write it").arg(CxRtti::displayName(*saver.metaObject()))};
     if (!error) {
         data.setImageShallow(emptyImage(), 0, 0, QDateTime());  // the planes are not needed beside what is read back
-        constexpr qint64 sourceAndCopy = 2;
-        error =
-            proveImageFile(catalog, {name, request.formatName, request.options, request.memoryLimit * sourceAndCopy},
-                           *request.image, saver);
+        const SxReadRequest proof{name, request.formatName, request.options, proofLimit(request)};
+        error = proveImageFile(catalog, proof, *request.image, saver);
     }
     return error ? withTrueReason(error, name, saver.expectedFileSize()) : error;
 }

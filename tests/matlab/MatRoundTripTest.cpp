@@ -47,6 +47,8 @@ private slots:
     void mosaics();
     void cells_data();
     void cells();
+    void gridSaidAfterLoadingIsSaved_data();
+    void gridSaidAfterLoadingIsSaved();
     void sampleTypesThatAreNotReadBack_data();
     void sampleTypesThatAreNotReadBack();
     void mosaicsWithAPartialCellAreNotSaved_data();
@@ -96,8 +98,8 @@ void MatRoundTripTest::plainImages()
     ep::CxMetadata metadata;
     QVERIFY2(load(m_path, read, &metadata, error), qPrintable(error.reason));
     QVERIFY(ep::SameSamples(read.image(), image.image()));
-    // Each channel is a variable of its own, so that channels come back as planes.
-    QCOMPARE(int(read->layout), int(ep::LayoutPlanar));
+    // Each channel is a variable of its own, so that channels come back as planes; a single one is called packed.
+    QCOMPARE(int(read->layout), int(channels > 1 ? ep::LayoutPlanar : ep::LayoutPacked));
     QCOMPARE(int(read->bayerGrid), int(ep::BayerGridNone));
     const auto* item = qobject_cast<const orn::matlab::CxMatlabImageMetadata*>(
         metadata.findItem(orn::matlab::CxMatlabImageMetadata::staticMetaObject));
@@ -110,23 +112,26 @@ void MatRoundTripTest::plainImages()
 void MatRoundTripTest::mosaics_data()
 {
     QTest::addColumn<int>("type");
+    QTest::addColumn<int>("layout");
     QTest::addColumn<int>("grid");
     QTest::addColumn<bool>("reverseRows");
     static const char* const grids[] = {"BGGR ", "RGGB ", "GBRG ", "GRBG "};
     for (int type = ep::DataTypeInt8; type <= ep::DataTypeDouble; ++type)
-        for (int grid = ep::BayerGridBGGR; grid <= ep::BayerGridGRBG; ++grid)
-            for (const bool reverseRows : {false, true})
-                QTest::newRow((grids[grid] + rowName(type, ep::LayoutPacked, 1, reverseRows)).constData())
-                    << type << grid << reverseRows;
+        for (const int layout : {ep::LayoutPacked, ep::LayoutPlanar})
+            for (int grid = ep::BayerGridBGGR; grid <= ep::BayerGridGRBG; ++grid)
+                for (const bool reverseRows : {false, true})
+                    QTest::newRow((grids[grid] + rowName(type, layout, 1, reverseRows)).constData())
+                        << type << layout << grid << reverseRows;
 }
 
 void MatRoundTripTest::mosaics()
 {
     QFETCH(int, type);
+    QFETCH(int, layout);
     QFETCH(int, grid);
     QFETCH(bool, reverseRows);
     ep::CxScopedBuffer image =
-        testing::randomImage(testing::describe(ep::ExImageDataType(type), 8, 6, 1, ep::LayoutPacked, 5));
+        testing::randomImage(testing::describe(ep::ExImageDataType(type), 8, 6, 1, ep::ExImageLayout(layout), 5));
     image->bayerGrid = ep::ExBayerGrid(grid);
     ep::SxFileError error;
     QVERIFY2(save(m_path, image.image(), nullptr, reverseRows, error), qPrintable(error.reason));
@@ -140,18 +145,22 @@ void MatRoundTripTest::mosaics()
 void MatRoundTripTest::cells_data()
 {
     QTest::addColumn<QSize>("cell");
+    QTest::addColumn<int>("layout");
     QTest::addColumn<bool>("reverseRows");
-    QTest::newRow("6 x 6") << QSize(6, 6) << false;
-    QTest::newRow("6 x 6 reversed") << QSize(6, 6) << true;
-    QTest::newRow("3 x 2 reversed") << QSize(3, 2) << true;
+    QTest::newRow("6 x 6") << QSize(6, 6) << int(ep::LayoutPacked) << false;
+    QTest::newRow("6 x 6 reversed") << QSize(6, 6) << int(ep::LayoutPacked) << true;
+    QTest::newRow("3 x 2 reversed") << QSize(3, 2) << int(ep::LayoutPacked) << true;
+    QTest::newRow("3 x 2 planar") << QSize(3, 2) << int(ep::LayoutPlanar) << false;
+    QTest::newRow("3 x 2 planar and reversed") << QSize(3, 2) << int(ep::LayoutPlanar) << true;
 }
 
 void MatRoundTripTest::cells()
 {
     QFETCH(QSize, cell);
+    QFETCH(int, layout);
     QFETCH(bool, reverseRows);
-    ep::CxScopedBuffer image =
-        testing::randomImage(testing::describe(ep::DataTypeUInt16, 3 * cell.width(), 2 * cell.height()));
+    ep::CxScopedBuffer image = testing::randomImage(
+        testing::describe(ep::DataTypeUInt16, 3 * cell.width(), 2 * cell.height(), 1, ep::ExImageLayout(layout), 3));
     image->bayerGrid = ep::BayerGridCell;
     image->patternWidth = cell.width();
     image->patternHeight = cell.height();
@@ -163,6 +172,34 @@ void MatRoundTripTest::cells()
     QCOMPARE(int(read->layout), int(ep::LayoutPacked));
     QCOMPARE(int(read->bayerGrid), int(ep::BayerGridCell));
     QCOMPARE(QSize(read->patternWidth, read->patternHeight), cell);
+}
+
+void MatRoundTripTest::gridSaidAfterLoadingIsSaved_data()
+{
+    QTest::addColumn<int>("grid");
+    for (int grid = ep::BayerGridBGGR; grid <= ep::BayerGridCell; ++grid)
+        if (grid != ep::BayerGridNone)
+            QTest::newRow(qPrintable(QStringLiteral("grid %1").arg(grid))) << grid;
+}
+
+void MatRoundTripTest::gridSaidAfterLoadingIsSaved()
+{
+    QFETCH(int, grid);
+    const ep::CxScopedBuffer image = testing::randomImage(testing::describe(ep::DataTypeUInt16, 6, 4));
+    ep::SxFileError error;
+    QVERIFY2(save(m_path, image.image(), nullptr, true, error), qPrintable(error.reason));
+    ep::CxScopedBuffer first;
+    ep::CxMetadata metadata;
+    QVERIFY2(load(m_path, first, &metadata, error), qPrintable(error.reason));
+    first->bayerGrid = ep::ExBayerGrid(grid);
+    first->patternWidth = grid == ep::BayerGridCell ? 3 : 2;
+    first->patternHeight = 2;
+    QVERIFY2(save(m_path, first.image(), &metadata, true, error), qPrintable(error.reason));
+    ep::CxScopedBuffer second;
+    QVERIFY2(load(m_path, second, nullptr, error), qPrintable(error.reason));
+    QVERIFY(ep::SameSamples(second.image(), image.image()));
+    QCOMPARE(int(second->bayerGrid), grid);
+    QCOMPARE(second->patternWidth, first->patternWidth);
 }
 
 void MatRoundTripTest::sampleTypesThatAreNotReadBack_data()
