@@ -159,8 +159,8 @@ Facts recordFacts(const ep::SxImageInfo& image, const ep::CxCommonImageMetadata*
         {QString(), QString(), QStringLiteral("stride"), image.stride},
         {QStringLiteral("depth"), plural(image.bitDepth, QStringLiteral("bit")), QStringLiteral("bitDepth"),
          image.bitDepth},
-        {QStringLiteral("declared depth"), plural(declared, QStringLiteral("bit")), QStringLiteral("declaredBitDepth"),
-         declared},
+        {declared == image.bitDepth ? QString() : QStringLiteral("declared depth"),
+         plural(declared, QStringLiteral("bit")), QStringLiteral("declaredBitDepth"), declared},
         mosaicFact(image, common),
     };
 }
