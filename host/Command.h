@@ -31,7 +31,7 @@ CLI::App* addCommand(CLI::App& parent, const std::string& name, const std::strin
 /** Lets a command answer in JSON: the flag --json. */
 void addJsonFlag(CLI::App& command, bool& json);
 
-/** A command line argument as text; arguments are UTF-8 wherever the program runs. */
+/** A command line argument as text, never null; arguments are UTF-8 wherever the program runs. */
 QString text(const std::string& argument);
 
 /** The code of a command that served @p files files, of which the last one that failed did so with @p lastFailure. */

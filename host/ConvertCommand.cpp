@@ -110,6 +110,23 @@ bool save(const ConvertOptions& options, Picture& picture, ep::SxFileError& erro
                                                      options.refuseReplace, QString(), &error);
 }
 
+/** Finds at once what would only show after the input was read. */
+bool canBeWritten(const QString& path, ep::SxFileError& error)
+{
+    if (QFileInfo(path).isDir()) {
+        error = {ep::ExFileError::Unwritable, QStringLiteral("it is a folder, not a file")};
+        return false;
+    }
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    for (const ep::SxFormatInfo& format : ep::CxImageFormatManager::instance()->formats())
+        if (format.writes && format.suffixes.contains(suffix))
+            return true;
+    const QString reason = suffix.isEmpty() ? QStringLiteral("its name has no suffix, so no format to be written in")
+                                            : QStringLiteral("files of suffix .%1 cannot be written").arg(suffix);
+    error = {ep::ExFileError::Unsupported, reason + QStringLiteral(" ('orn formats' lists what can be)")};
+    return false;
+}
+
 QJsonObject startAnswer(const ConvertOptions& options)
 {
     QJsonObject answer = jsonAnswer(QStringLiteral("convert"));
@@ -151,6 +168,10 @@ ExitCode run(const ConvertOptions& options, Output& output)
     checkOptions(options);
     Picture picture;
     ep::SxFileError error;
+    if (!canBeWritten(text(options.output), error)) {
+        sayFailure(options, options.output, error, output);
+        return exitCodeOfOutput(error.kind);
+    }
     output.setSubject(text(options.input));
     if (!load(options, picture, error)) {
         sayFailure(options, options.input, error, output);
@@ -175,17 +196,16 @@ void addOptions(CLI::App& command, ConvertOptions& options)
     command.add_flag("--no-reverse-rows", options.keepRowOrder, "MAT: store the top row first");
     command
         .add_option("--entropy", options.entropyPrefix,
-                    "MAT: store doubles as an entropy image PREFIX_channel_1, ... (PIG and PDG are recognised on "
-                    "reading), top row first")
+                    "MAT: store doubles as an entropy image PREFIX_channel_1, ..., top row first")
         ->type_name("PREFIX")
         ->excludes("--name");
-    command.add_option("--cfa", options.grid, "Take the image for a mosaic of this grid")
+    command.add_option("--cfa", options.grid, "Take the image for a mosaic with these first 2 x 2 pixels")
         ->type_name("GRID")
-        ->check(CLI::IsMember({"RGGB", "BGGR", "GBRG", "GRBG", "none"}));
+        ->transform(CLI::IsMember({"RGGB", "BGGR", "GBRG", "GRBG", "none"}, CLI::ignore_case));
     command.add_option("--compression", options.compression, "How to compress, where the format can")
         ->type_name("METHOD")
         ->check(CLI::IsMember({"none", "deflate", "lzw"}));
-    command.add_flag("--lossy", options.lossy, "Write although samples are lost, and say which");
+    command.add_flag("--lossy", options.lossy, "MAT: drop what does not fit, and say what");
     command.add_flag("--no-replace", options.refuseReplace, "Leave OUT alone when it exists");
     addJsonFlag(command, options.json);
 }
@@ -201,7 +221,11 @@ void addConvertCommand(CLI::App& program, Output& output, ExitCode& exitCode)
                    "  orn convert photo.mat photo.dng\n"
                    "  orn convert --name scene --no-reverse-rows photo.tif photo.mat\n"
                    "  orn convert --entropy PIG entropy.tif entropy.mat\n"
-                   "  orn convert --cfa RGGB --compression deflate mosaic.tif mosaic.dng");
+                   "  orn convert --cfa RGGB --compression deflate mosaic.tif mosaic.dng\n"
+                   "\n"
+                   "What would lose samples is refused. A MAT file holds whole colour-filter cells of a mosaic,\n"
+                   "and of an entropy image three planes, found again when PREFIX is PIG or PDG: --lossy drops the\n"
+                   "rest. OUT is replaced only when the new file is complete and has been read back.");
     addOptions(*command, *options);
     command->callback([options, &output, &exitCode] { exitCode = run(*options, output); });
 }

@@ -46,7 +46,9 @@ void addFormatsCommand(CLI::App& program, Output& output, ExitCode&)
     auto json = std::make_shared<bool>(false);
     CLI::App* command = addCommand(program, "formats", "List the file formats that can be read and written",
                                    "  orn formats\n"
-                                   "  orn formats --json");
+                                   "  orn formats --json\n"
+                                   "\n"
+                                   "Of several formats with one suffix, that of the highest rank is tried first.");
     addJsonFlag(*command, *json);
     command->callback([json, &output] {
         const QList<ep::SxFormatInfo> formats = ep::CxImageFormatManager::instance()->formats();

@@ -45,7 +45,7 @@ bool cropToCells(bool lossy, ep::SxImageBuf& image, QStringList& notes, ep::SxFi
                                        .arg(what));
     image.width -= columns;
     image.height -= rows;
-    notes << QStringLiteral("dropped %1, which fill no whole cell").arg(what);
+    notes << QStringLiteral("dropped %1: a MAT file holds whole cells").arg(what);
     return true;
 }
 

@@ -87,8 +87,8 @@ void Output::message(const QString& file, const QString& text, bool isProblem)
     if (m_colouredMessages)
         program = coloured(program, isProblem ? "31" : "33");
     QString line = program + QLatin1Char(' ');
-    if (!file.isEmpty())
-        line += printable(file) + QStringLiteral(": ");
+    if (!file.isNull())
+        line += (file.isEmpty() ? QStringLiteral("''") : printable(file)) + QStringLiteral(": ");
     line += printable(text) + QLatin1Char('\n');
     std::fflush(stdout);
     std::fputs(line.toUtf8().constData(), stderr);

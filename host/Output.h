@@ -29,7 +29,7 @@ public:
     void data(const QString& text);
     /** Writes a whole answer for programs. */
     void json(const QJsonObject& answer);
-    /** Says "orn: FILE: reason" on standard error; an empty @p file is left out. */
+    /** Says "orn: FILE: reason" on standard error; a null @p file is left out. */
     void problem(const QString& file, const QString& reason);
     /** As problem(), for what does not make the command fail. */
     void note(const QString& file, const QString& text);

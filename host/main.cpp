@@ -17,11 +17,15 @@
 
 #include <QTextCodec>
 
+#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -29,10 +33,19 @@ constexpr AddCommand commands[] = {
     addInfoCommand, addConvertCommand, addMatCommand, addPluginsCommand, addFormatsCommand,
 };
 
+/** A stream that came closed is taken, with an end that fails: else the next file opened would be written into. */
+void occupyStandardStreams()
+{
+    for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(stream, F_GETFD) == -1 && errno == EBADF)
+            static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+}
+
 /** File names are UTF-8 in every environment; a reader that went away and a file size limit are met where data is
  * written. */
 void prepareProcess()
 {
+    occupyStandardStreams();
     std::setlocale(LC_CTYPE, "C.UTF-8");
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     std::signal(SIGPIPE, SIG_IGN);
@@ -68,6 +81,32 @@ std::vector<std::string> reversedArguments(int argc, char** argv)
     return arguments;
 }
 
+/** The names of the subcommands of @p command: "info, convert, mat". */
+std::string subcommandNames(const CLI::App& command)
+{
+    std::string names;
+    for (const CLI::App* subcommand : command.get_subcommands([](const CLI::App*) { return true; }))
+        names += (names.empty() ? "" : ", ") + subcommand->get_name();
+    return names;
+}
+
+/** What is wrong with the command line of @p command; the parser's own words where they are plain. */
+std::string reasonOf(const CLI::App& command, const CLI::ParseError& error)
+{
+    const std::vector<std::string> rest = command.remaining();
+    if (!rest.empty() && dynamic_cast<const CLI::ExtrasError*>(&error))
+        return rest.front().front() == '-' ? "there is no option " + rest.front()
+                                           : "'" + rest.front() + "' is one argument too many";
+    if (command.get_require_subcommand_min() > 0) {
+        if (rest.empty())
+            return "a subcommand is missing; there are: " + subcommandNames(command);
+        return rest.front().front() == '-'
+                   ? "there is no option " + rest.front()
+                   : "'" + rest.front() + "' is no subcommand; there are: " + subcommandNames(command);
+    }
+    return error.what();
+}
+
 /** Says what is wrong with a command line, or what was asked about it. */
 ExitCode answer(const CLI::App& program, const CLI::ParseError& error, Output& output)
 {
@@ -83,11 +122,7 @@ ExitCode answer(const CLI::App& program, const CLI::ParseError& error, Output& o
         command = command->get_subcommands().front();
         name += " " + command->get_name();
     }
-    std::string reason = error.what();
-    // The parser only says that there must be a command.
-    if (command->get_require_subcommand_min() > 0 && !command->remaining().empty())
-        reason = "'" + command->remaining().front() + "' is not known";
-    output.problem(QString(), text(reason));
+    output.problem(QString(), text(reasonOf(*command, error)));
     output.problem(QString(), QStringLiteral("try '%1 --help'").arg(text(name)));
     return ExitCode::Usage;
 }

@@ -18,10 +18,18 @@ void setRole(QVector<MatVariable>& variables, const MatDirectory& directory, con
         variables[static_cast<int>(directory.indexOf(*entry))].role = role;
 }
 
+QString planeRole(const MatEntry* entry, int plane)
+{
+    const bool isRefused = entry && (entry->isComplex || !readableSampleType(entry->matClass));
+    return QStringLiteral("plane %1%2").arg(plane).arg(isRefused ? QStringLiteral(" (refused)") : QString());
+}
+
 void setPlaneRoles(QVector<MatVariable>& variables, MatDirectory& directory, const QStringList& names)
 {
-    for (int i = 0; i < names.size(); ++i)
-        setRole(variables, directory, directory.find(names[i]), QStringLiteral("plane %1").arg(i + 1));
+    for (int i = 0; i < names.size(); ++i) {
+        const MatEntry* const entry = directory.find(names[i]);
+        setRole(variables, directory, entry, planeRole(entry, i + 1));
+    }
 }
 
 // The numbered planes that the metadata promises and the file holds.
@@ -52,7 +60,7 @@ void setRoles(QVector<MatVariable>& variables, MatDirectory& directory)
     if (isValid && item && item->savedChannels != 0)
         setPlaneRoles(variables, directory, ownPlaneNames(directory, item->savedChannels));
     else
-        setRole(variables, directory, directory.firstMatrix(), QStringLiteral("plane 1"));
+        setRole(variables, directory, directory.firstMatrix(), planeRole(directory.firstMatrix(), 1));
 }
 
 }  // namespace

@@ -17,11 +17,15 @@ private slots:
     void saysItsVersion();
     void refusesAWrongCommandLine_data();
     void refusesAWrongCommandLine();
+    void takesEveryFileName_data();
+    void takesEveryFileName();
+    void takesANameInBracketsForOneName();
     void namesAreUtf8Everywhere_data();
     void namesAreUtf8Everywhere();
     void coloursOnATerminalOnly();
     void aReaderThatGoesAwayIsNoFailure();
     void aFullStandardOutputIsAFailure();
+    void closedStreamsHarmNoFile();
     void controlCharactersDoNotReachTheTerminal();
 };
 
@@ -58,9 +62,13 @@ void CommandLineTest::refusesAWrongCommandLine_data()
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("said");
     QTest::newRow("no command") << ""
-                                << "subcommand";
+                                << "info, convert, mat, plugins, formats";
     QTest::newRow("an unknown command") << "develop a.dng"
-                                        << "develop";
+                                        << "'develop' is no subcommand";
+    QTest::newRow("an unknown option before the command") << "--verbose info a.dng"
+                                                          << "--verbose";
+    QTest::newRow("an option alone") << "--verbose"
+                                     << "no option --verbose";
     QTest::newRow("an unknown option") << "info --verbose a.dng"
                                        << "--verbose";
     QTest::newRow("info without a file") << "info"
@@ -70,7 +78,11 @@ void CommandLineTest::refusesAWrongCommandLine_data()
     QTest::newRow("convert with a third file") << "convert a.dng b.mat c.mat"
                                                << "c.mat";
     QTest::newRow("mat without its command") << "mat"
-                                             << "subcommand";
+                                             << "subcommand is missing; there are: list";
+    QTest::newRow("mat with another command") << "mat show a.mat"
+                                              << "'show' is no subcommand; there are: list";
+    QTest::newRow("an option without its value") << "convert a.dng b.mat --name"
+                                                 << "NAME missing";
     QTest::newRow("an unknown grid") << "convert --cfa RGBG a.dng b.mat"
                                      << "RGBG";
     QTest::newRow("an unknown compression") << "convert --compression zip a.dng b.tif"
@@ -103,6 +115,36 @@ void CommandLineTest::refusesAWrongCommandLine()
     QVERIFY2(run.err.startsWith(QStringLiteral("orn: ")), run.all());
     QVERIFY2(run.err.section(QLatin1Char('\n'), 0, 0).contains(said), run.all());
     QVERIFY2(run.err.contains(QStringLiteral("--help")), run.all());
+}
+
+void CommandLineTest::takesEveryFileName_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char* name : {"[a].tif", "[a,b].tif", "{a}.tif", "a,b.tif", "a b.tif", "'a'.tif", "a=b.tif", "-a.tif",
+                             "--json.tif", "%d.tif", "info.tif", "*.tif"})
+        QTest::newRow(name) << QString::fromLatin1(name);
+}
+
+void CommandLineTest::takesEveryFileName()
+{
+    QFETCH(QString, name);
+    QTemporaryDir folder;
+    const auto image = cameraMosaic(ep::BayerGridRGGB, 8, 6);
+    QVERIFY(ep::CxImageFormatManager::saveImageToFile(folder.filePath(QStringLiteral("in.tif")), image.image(), nullptr,
+                                                      nullptr, false, QString()));
+    QVERIFY(QFile::rename(folder.filePath(QStringLiteral("in.tif")), folder.filePath(name)));
+    const QString script =
+        QStringLiteral("cd \"$1\" && \"$ORN\" info -- \"$2\" && exec \"$ORN\" convert -- \"$2\" out.mat");
+    const ProgramRun run = runShell(script, {folder.path(), name});
+    QVERIFY2(run.code == 0 && run.err.isEmpty(), run.all());
+    QVERIFY2(run.out.contains(name + QStringLiteral(" -> out.mat: 8 x 6")), run.all());
+}
+
+void CommandLineTest::takesANameInBracketsForOneName()
+{
+    const ProgramRun run = runOrn({QStringLiteral("info"), QStringLiteral("[a,b]")});
+    QCOMPARE(run.code, 3);
+    QCOMPARE(run.err, QStringLiteral("orn: ./[a,b]: the file does not exist\n"));
 }
 
 void CommandLineTest::namesAreUtf8Everywhere_data()
@@ -161,6 +203,20 @@ void CommandLineTest::aFullStandardOutputIsAFailure()
     const ProgramRun run = runShell(QStringLiteral("exec \"$ORN\" formats >/dev/full"));
     QCOMPARE(run.code, 4);
     QVERIFY2(run.err.startsWith(QStringLiteral("orn: standard output: ")), run.all());
+}
+
+void CommandLineTest::closedStreamsHarmNoFile()
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("a.tif"));
+    const auto image = cameraMosaic(ep::BayerGridRGGB, 9, 6);  // of an odd width, so that there is something to say
+    QVERIFY(ep::CxImageFormatManager::saveImageToFile(path, image.image(), nullptr, nullptr, false, QString()));
+    const QString script = QStringLiteral("exec \"$ORN\" convert --lossy \"$1\" \"$2\" <&- >&- 2>&-");
+    const QString output = folder.filePath(QStringLiteral("b.mat"));
+    const ProgramRun run = runShell(script, {path, output});
+    QVERIFY2(run.code == 4, run.all());  // what was to be said did not arrive
+    const ProgramRun info = runOrn({QStringLiteral("info"), path, output});
+    QVERIFY2(info.code == 0, info.all());
 }
 
 void CommandLineTest::controlCharactersDoNotReachTheTerminal()

@@ -207,6 +207,7 @@ void ConvertCommandTest::setsTheGrid_data()
         const char* names[] = {"BGGR", "RGGB", "GBRG", "GRBG"};
         QTest::newRow(names[code]) << QString::fromLatin1(names[code]) << code;
     }
+    QTest::newRow("in small letters") << "grbg" << int(ep::BayerGridGRBG);
     QTest::newRow("none") << "none" << 4;
 }
 
@@ -225,7 +226,7 @@ void ConvertCommandTest::setsTheGrid()
         const auto* common = commonItem(loaded.metadata);
         QVERIFY(common);
         QCOMPARE(common->bayerGrid, code);
-        QCOMPARE(common->patternColors, code == 4 ? QString() : grid);
+        QCOMPARE(common->patternColors, code == 4 ? QString() : grid.toUpper());
         if (code < 4) {
             const ProgramRun dng = m_files->convert("plain.tif", "set.dng", {QStringLiteral("--cfa"), grid});
             QVERIFY2(dng.code == 0, dng.all());

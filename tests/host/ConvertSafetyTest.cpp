@@ -1,4 +1,5 @@
 #include "ConvertTesting.h"
+#include "TinyDisk.h"
 
 #include <orn/orn_core.h>
 
@@ -8,6 +9,28 @@
 
 using namespace testing;
 
+namespace {
+
+bool writeOldFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write("old\n") == 4 && file.flush();
+}
+
+bool isOldFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.readAll() == "old\n";
+}
+
+/** The names of all files beside @p path and of itself, hidden ones too. */
+QStringList filesOf(const QString& path)
+{
+    return QFileInfo(path).dir().entryList(QDir::Files | QDir::Hidden, QDir::Name);
+}
+
+}  // namespace
+
 /** What is left when `orn convert` is killed, interrupted or out of space: the old file, whole. */
 class ConvertSafetyTest : public QObject {
     Q_OBJECT
@@ -16,8 +39,10 @@ private slots:
     void aKillLeavesTheOldFileOrTheNewOne();
     void anInterruptLeavesNothingBehind_data();
     void anInterruptLeavesNothingBehind();
+    void anInterruptAtAnyMomentLeavesAWholeFile();
     void aFullDiskLeavesTheOldFile_data();
     void aFullDiskLeavesTheOldFile();
+    void aDiskWithoutRoomForAnotherFileLeavesTheOldFile();
     void aFileSizeLimitLeavesTheOldFile_data();
     void aFileSizeLimitLeavesTheOldFile();
 
@@ -26,6 +51,7 @@ private:
     QStringList conversion() const;
     QStringList temporaryFiles() const;
     qint64 millisecondsOfAConversion();
+    bool isOldOrNew() const;
 
     ImageFolder m_files;
     QByteArray m_old;
@@ -55,7 +81,7 @@ QStringList ConvertSafetyTest::temporaryFiles() const
 void ConvertSafetyTest::initTestCase()
 {
     orn::Init();
-    QVERIFY(m_files.save(QStringLiteral("big.mat"), cameraMosaic(ep::BayerGridRGGB, 3000, 2000)));
+    QVERIFY(m_files.save(QStringLiteral("big.mat"), cameraMosaic(ep::BayerGridRGGB, 2000, 1500)));
     QVERIFY(m_files.save(QStringLiteral("small.mat"), cameraMosaic(ep::BayerGridRGGB, 40, 30)));
     m_old = m_files.bytes("small.mat");
 }
@@ -65,16 +91,28 @@ qint64 ConvertSafetyTest::millisecondsOfAConversion()
     QElapsedTimer timer;
     timer.start();
     const ProgramRun run = runOrn(conversion());
-    return run.code == 0 ? timer.elapsed() : -1;
+    const qint64 duration = timer.elapsed();
+    m_new = m_files.bytes("out.mat");
+    return run.code == 0 ? duration : -1;
+}
+
+/** True when the output is one of two whole files; m_new is the longer one. */
+bool ConvertSafetyTest::isOldOrNew() const
+{
+    const QByteArray now = m_files.bytes("out.mat");
+    if (now == m_old)
+        return true;
+    return now.size() == m_new.size()
+           && ep::SameSamples(m_files.load(QStringLiteral("out.mat")).image.image(),
+                              m_files.load(QStringLiteral("big.mat")).image.image());
 }
 
 void ConvertSafetyTest::aKillLeavesTheOldFileOrTheNewOne()
 {
     const qint64 duration = millisecondsOfAConversion();
     QVERIFY(duration > 0);
-    m_new = m_files.bytes("out.mat");
     int killedInTheMiddle = 0;
-    constexpr int steps = 24;
+    constexpr int steps = 16;
     for (int step = 0; step < steps; ++step) {
         restoreOldFile();
         QProcess process;
@@ -83,11 +121,7 @@ void ConvertSafetyTest::aKillLeavesTheOldFileOrTheNewOne()
         QTest::qSleep(1 + int(duration * step / steps));
         process.kill();
         QVERIFY(process.waitForFinished());
-        const QByteArray now = m_files.bytes("out.mat");
-        QVERIFY2(now.size() == m_old.size() ? now == m_old : now.size() == m_new.size(), "half a file");
-        if (now.size() == m_new.size())
-            QVERIFY(ep::SameSamples(m_files.load(QStringLiteral("out.mat")).image.image(),
-                                    m_files.load(QStringLiteral("big.mat")).image.image()));
+        QVERIFY2(isOldOrNew(), qPrintable(QStringLiteral("step %1").arg(step)));
         for (const QString& name : temporaryFiles()) {
             QVERIFY2(name.startsWith(QStringLiteral(".out-")), qPrintable(name));
             QVERIFY(QFile::remove(m_files.path(name)));
@@ -123,6 +157,30 @@ void ConvertSafetyTest::anInterruptLeavesNothingBehind()
     QVERIFY(m_files.bytes("out.mat") == m_old);
 }
 
+void ConvertSafetyTest::anInterruptAtAnyMomentLeavesAWholeFile()
+{
+    const qint64 duration = millisecondsOfAConversion();
+    QVERIFY(duration > 0);
+    int interrupted = 0;
+    constexpr int steps = 10;
+    for (int step = 0; step < steps; ++step) {
+        restoreOldFile();
+        QProcess process;
+        process.start(ornProgram(), conversion());
+        QVERIFY(process.waitForStarted());
+        QTest::qSleep(20 + int(duration * step / steps));
+        QVERIFY(::kill(pid_t(process.processId()), SIGINT) == 0 || errno == ESRCH);
+        QVERIFY(process.waitForFinished());
+        // Before the program has set itself up, the signal ends it as it ends any program.
+        const bool wasInterrupted = process.exitStatus() == QProcess::CrashExit || process.exitCode() == 130;
+        QVERIFY2(wasInterrupted || process.exitCode() == 0, qPrintable(QString::number(process.exitCode())));
+        QVERIFY2(isOldOrNew(), qPrintable(QStringLiteral("step %1").arg(step)));
+        QCOMPARE(temporaryFiles(), QStringList());
+        interrupted += wasInterrupted;
+    }
+    QVERIFY2(interrupted > 2, qPrintable(QString::number(interrupted)));
+}
+
 void ConvertSafetyTest::aFullDiskLeavesTheOldFile_data()
 {
     QTest::addColumn<QString>("output");
@@ -136,18 +194,37 @@ void ConvertSafetyTest::aFullDiskLeavesTheOldFile()
 {
     QFETCH(QString, output);
     QFETCH(QString, options);
-    if (runShell(QStringLiteral("unshare -rm mount -t tmpfs tmpfs /mnt")).code != 0)
+    const TinyDisk disk;
+    if (!disk.isMounted())
         QSKIP("no file system may be mounted here");
-    QVERIFY(m_files.save(QStringLiteral("doubles.mat"), randomImage(describe(ep::DataTypeDouble, 600, 600))));
+    const QString target = disk.filePath(qPrintable(output));
+    QVERIFY(writeOldFile(target));
+    QVERIFY(m_files.save(QStringLiteral("doubles.mat"), randomImage(describe(ep::DataTypeDouble, 200, 100))));
     const QString input = m_files.path(options.isEmpty() ? "big.mat" : "doubles.mat");
-    const QString script =
-        QStringLiteral("exec unshare -rm sh -c 'mount -t tmpfs -o size=2m tmpfs /mnt && echo old >\"/mnt/$2\" && "
-                       "{ \"$ORN\" convert %1 \"$1\" \"/mnt/$2\"; echo \"code $?\"; cat \"/mnt/$2\"; ls -A /mnt; }' "
-                       "sh \"$1\" \"$2\"")
-            .arg(options);
-    const ProgramRun run = runShell(script, {input, output});
-    QCOMPARE(run.out, QStringLiteral("code 4\nold\n%1\n").arg(output));
-    QVERIFY2(saysOf(run, QStringLiteral("/mnt/") + output, "full"), run.all());
+    const ProgramRun run = runOrn(QStringList{QStringLiteral("convert"), input, target}
+                                  + options.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    QVERIFY2(run.code == 4, run.all());
+    QVERIFY2(saysOf(run, target, "full"), run.all());
+    QCOMPARE(filesOf(target), QStringList{output});
+    QVERIFY(isOldFile(target));
+}
+
+void ConvertSafetyTest::aDiskWithoutRoomForAnotherFileLeavesTheOldFile()
+{
+    const TinyDisk disk;
+    if (!disk.isMounted())
+        QSKIP("no file system may be mounted here");
+    const QString target = disk.filePath("out.mat");
+    QVERIFY(writeOldFile(target));
+    int others = 0;
+    while (writeOldFile(disk.filePath(qPrintable(QString::number(others)))))
+        ++others;
+    QFile::remove(disk.filePath(qPrintable(QString::number(others))));
+    const ProgramRun run = runOrn({QStringLiteral("convert"), m_files.path("small.mat"), target});
+    QVERIFY2(run.code == 4, run.all());
+    QVERIFY2(saysOf(run, target, "full"), run.all());
+    QCOMPARE(filesOf(target).size(), others + 1);
+    QVERIFY(isOldFile(target));
 }
 
 void ConvertSafetyTest::aFileSizeLimitLeavesTheOldFile_data()
@@ -160,18 +237,15 @@ void ConvertSafetyTest::aFileSizeLimitLeavesTheOldFile_data()
 void ConvertSafetyTest::aFileSizeLimitLeavesTheOldFile()
 {
     QFETCH(QString, output);
-    QFile old(m_files.path(output));
-    QVERIFY(old.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    old.write("old\n");
-    old.close();
+    QVERIFY(writeOldFile(m_files.path(output)));
     const QStringList before = m_files.names();
     const ProgramRun run = runShell(QStringLiteral("ulimit -f 1000; exec \"$ORN\" convert \"$1\" \"$2\""),
                                     {m_files.path("big.mat"), m_files.path(output)});
     QVERIFY2(run.code == 4, run.all());
     QVERIFY2(saysOf(run, m_files.path(output), ""), run.all());
-    QCOMPARE(m_files.bytes(qPrintable(output)), QByteArray("old\n"));
+    QVERIFY(isOldFile(m_files.path(output)));
     QCOMPARE(m_files.names(), before);
-    QVERIFY(old.remove());
+    QVERIFY(QFile::remove(m_files.path(output)));
 }
 
 QTEST_GUILESS_MAIN(ConvertSafetyTest)

@@ -13,6 +13,7 @@ private slots:
     void listsWhatItWouldRead();
     void listsForPrograms();
     void listsAForeignFile();
+    void listsWhatWouldBeRefused();
     void failsWithTheFileAndTheReason_data();
     void failsWithTheFileAndTheReason();
 
@@ -87,6 +88,23 @@ void MatCommandTest::listsAForeignFile()
     QVERIFY(variables.at(0).toObject()[QStringLiteral("role")].isNull());
     QCOMPARE(variables.at(1).toObject()[QStringLiteral("role")].toString(), QStringLiteral("plane 1"));
     QVERIFY(variables.at(2).toObject()[QStringLiteral("role")].isNull());
+}
+
+void MatCommandTest::listsWhatWouldBeRefused()
+{
+    auto image = randomImage(describe(ep::DataTypeInt64, 4, 3));
+    void* mat = orn::matlab::MatOpenWrite(m_files.path("wide.mat"));
+    QVERIFY(mat);
+    ep::SxImageInfo written = ep::emptyImage();
+    QVERIFY(orn::matlab::AddImage(mat, image.image(), QStringLiteral("wide"), true, written, false));
+    QVERIFY(orn::matlab::MatClose(mat));
+    const ProgramRun run = list("wide.mat");
+    QVERIFY2(run.code == 0 && run.err.isEmpty(), run.all());
+    const QRegularExpression refused(QStringLiteral("^wide\\S* +int64 +3 x 4 +plane 1 \\(refused\\)$"),
+                                     QRegularExpression::MultilineOption);
+    QVERIFY2(refused.match(run.out).hasMatch(), run.all());
+    const ProgramRun info = runOrn({QStringLiteral("info"), m_files.path("wide.mat")});
+    QVERIFY2(info.code == 3 && info.err.contains(QStringLiteral("int64")), info.all());
 }
 
 void MatCommandTest::failsWithTheFileAndTheReason_data()

@@ -18,7 +18,11 @@ struct MatVariable {
     QString className;            ///< MATLAB's class name: "uint16", "char", "struct"
     QVector<quint64> dimensions;  ///< rows, columns, ...
     bool isComplex = false;       ///< it has an imaginary part
-    QString role;  ///< what LoadImageFromMat() takes it for: "plane 1", "metadata", ...; empty: passed over
+    /**
+     * What LoadImageFromMat() takes it for: "plane 1", "metadata", ...; empty: passed over. A plane of a class that is
+     * not read, which fails the load, is "plane 1 (refused)".
+     */
+    QString role;
 };
 
 /**
