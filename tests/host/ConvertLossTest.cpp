@@ -47,10 +47,10 @@ void ConvertLossTest::aMosaicEndsWithAWholeCell_data()
     QTest::addColumn<int>("width");
     QTest::addColumn<int>("height");
     QTest::addColumn<QString>("lost");
-    QTest::newRow("an odd width") << int(ep::BayerGridRGGB) << 21 << 12 << "the last column,";
-    QTest::newRow("an odd height") << int(ep::BayerGridGBRG) << 20 << 13 << "the last row,";
-    QTest::newRow("both") << int(ep::BayerGridBGGR) << 21 << 13 << "the last column and the last row,";
-    QTest::newRow("a cell of six") << int(ep::BayerGridCell) << 23 << 20 << "the last 5 columns and the last 2 rows,";
+    QTest::newRow("an odd width") << int(ep::BayerGridRGGB) << 21 << 12 << "the last column:";
+    QTest::newRow("an odd height") << int(ep::BayerGridGBRG) << 20 << 13 << "the last row:";
+    QTest::newRow("both") << int(ep::BayerGridBGGR) << 21 << 13 << "the last column and the last row:";
+    QTest::newRow("a cell of six") << int(ep::BayerGridCell) << 23 << 20 << "the last 5 columns and the last 2 rows:";
 }
 
 void ConvertLossTest::aMosaicEndsWithAWholeCell()

@@ -193,8 +193,8 @@ void InfoCommandTest::saysTheRangeOfEveryColour()
 
 void InfoCommandTest::saysTheRangeOfAnXTransCellByColour()
 {
-    auto mosaic = cameraMosaic(ep::BayerGridCell, 24, 18);
-    for (int y = 0; y < 18; ++y) {
+    auto mosaic = cameraMosaic(ep::BayerGridCell, 24, 24);
+    for (int y = 0; y < 24; ++y) {
         for (int x = 0; x < 24; ++x) {
             const QChar colour = xTransColors().at(6 * (y % 6) + x % 6);
             const int base = colour == QLatin1Char('R') ? 1000 : colour == QLatin1Char('G') ? 2000 : 3000;
@@ -205,7 +205,7 @@ void InfoCommandTest::saysTheRangeOfAnXTransCellByColour()
     const ProgramRun run = runOrn({QStringLiteral("info"), path("cell.dng")});
     QVERIFY2(run.code == 0, run.all());
     QVERIFY2(run.out.contains(QStringLiteral("6 x 6 cell GGRGGB GGBGGR")), run.all());
-    for (const char* line : {"R +1000 \\.\\. 1017", "G +2000 \\.\\. 2017", "B +3000 \\.\\. 3017"})
+    for (const char* line : {"R +1000 \\.\\. 1023", "G +2000 \\.\\. 2023", "B +3000 \\.\\. 3023"})
         QVERIFY2(QRegularExpression(QLatin1String(line)).match(run.out).hasMatch(), run.all());
 }
 
