@@ -17,7 +17,8 @@ namespace raw {
  * file (a curve that the file stores them through is undone): no black level is subtracted, no colour computed, no
  * defect mended. DNG files written by this system come back with the sample type they were saved with.
  *
- * Files whose samples are not those of a mosaic any more, and float DNG files, are left to other loaders.
+ * Files whose samples are not those of a mosaic any more, and DNG files that are deflated or in plain tiles, are left
+ * to other loaders.
  */
 class CxRawImageLoader : public IxImageDataLoader {
     Q_OBJECT

@@ -10,9 +10,11 @@ namespace ep {
 namespace tiff {
 
 /**
- * Writes a one-channel mosaic as a DNG file that RAW developers open.
+ * Writes a mosaic of 8- or 16-bit samples, of one of the four Bayer grids or with an X-Trans cell, as a DNG file.
  *
- * Options: "compression" ("none" or "deflate", default "none").
+ * Options: "compression" ("none" or "deflate", default "none"). Every RAW developer opens plain files. DNG knows
+ * deflate for floating-point samples only, so a deflated file holds the samples as whole floats; CxDngImageLoader makes
+ * integers of them again. LibRaw opens such files where it was built with zlib, which Debian's is not.
  */
 class CxDngImageSaver : public IxImageDataSaver {
     Q_OBJECT

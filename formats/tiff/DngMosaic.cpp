@@ -5,7 +5,6 @@
 #include <ep/DetectColorBitDepth.h>
 #include <ep/internal/CheckedSize.h>
 #include <ep/internal/PlaneView.h>
-#include <ep/internal/SampleVisitor.h>
 
 #include <algorithm>
 #include <cmath>
@@ -38,8 +37,8 @@ bool checkImage(const SxImageBuf& image, SxFileError& error)
             error,
             QStringLiteral("DNG is written for mosaics of one channel; the image has %1 channels").arg(image.channels));
     const ExImageDataType type = image.dataType;
-    if (type != DataTypeUInt8 && type != DataTypeUInt16 && type != DataTypeFloat)
-        return refuse(error, QStringLiteral("DNG holds uint8, uint16 and float mosaics, not %1")
+    if (type != DataTypeUInt8 && type != DataTypeUInt16)
+        return refuse(error, QStringLiteral("DNG is written for uint8 and uint16 mosaics, not %1")
                                  .arg(QLatin1String(sampleFacts(type).name)));
     if (std::min(image.width, image.height) < leastSide || std::max(image.width, image.height) > mostSide)
         return refuse(error, QStringLiteral("RAW developers take mosaics of %1 to %2 samples per side, not %3 x %4")
@@ -101,33 +100,11 @@ QVector<double> cellBlackLevels(const DngMosaic& mosaic)
     return cell;
 }
 
-/** The largest finite sample; 0 when there is none above. */
-double largestSample(const SxImageBuf& image)
-{
-    double largest = 0;
-    visitSampleType(image.dataType, [&](auto tag) {
-        using Sample = typename decltype(tag)::Type;
-        const ConstPlaneView view = planeView(image, 0);
-        for (qint32 y = 0; y < view.height; ++y)
-            for (qint32 x = 0; x < view.width; ++x) {
-                const auto value = static_cast<double>(loadSample<Sample>(view.sample(x, y)));
-                if (value > largest && std::isfinite(value))
-                    largest = value;
-            }
-    });
-    return largest;
-}
-
 void settleDepth(DngMosaic& mosaic)
 {
     const SxImageBuf& image = *mosaic.image;
     const qint32 bits = sampleFacts(image.dataType).bits;
     const qint32 declared = mosaic.common->colorBitDepth;
-    if (image.dataType == DataTypeFloat) {
-        mosaic.bitDepth = bits;
-        mosaic.whiteLevel = mosaic.common->whiteLevel > 0 ? mosaic.common->whiteLevel : largestSample(image);
-        return;
-    }
     // The record may only say how many bits its type has, or how many the samples happen to use.
     qint32 used = 1;
     DetectColorBitDepth(image, used);

@@ -1,5 +1,6 @@
 #include "TiffPlugin.h"
 
+#include "CxDngImageLoader.h"
 #include "CxDngImageSaver.h"
 #include "CxTiffImageLoader.h"
 #include "CxTiffImageSaver.h"
@@ -12,6 +13,7 @@ bool TiffPlugin::init()
     CxRtti* registry = CxRtti::instance();
     registry->registerClass(this, CxTiffImageLoader::staticMetaObject, QStringLiteral("IxImageDataLoader"));
     registry->registerClass(this, CxTiffImageSaver::staticMetaObject, QStringLiteral("IxImageDataSaver"));
+    registry->registerClass(this, CxDngImageLoader::staticMetaObject, QStringLiteral("IxImageDataLoader"));
     registry->registerClass(this, CxDngImageSaver::staticMetaObject, QStringLiteral("IxImageDataSaver"));
     return true;
 }

@@ -9,7 +9,7 @@
 namespace ep {
 namespace tiff {
 
-/** Registers the TIFF loader, the TIFF saver and the DNG saver. tiff.json repeats what they serve. */
+/** Registers the loaders and savers of TIFF and DNG. tiff.json repeats what they serve. */
 class TiffPlugin : public CxPlugin {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID "ep.CxPlugin/1" FILE "tiff.json")

@@ -31,7 +31,7 @@ bool writePlain(TiffFile& file, const SxImageBuf& image)
     const SxSampleFacts& facts = sampleFacts(image.dataType);
     const qint32 rowBytes = image.width * facts.bytes;
     const qint32 rows = std::clamp(stripBytes / rowBytes, 1, image.height);
-    if (!setStorage(file, image, facts.bits, facts.isFloat ? SAMPLEFORMAT_IEEEFP : SAMPLEFORMAT_UINT, COMPRESSION_NONE)
+    if (!setStorage(file, image, facts.bits, SAMPLEFORMAT_UINT, COMPRESSION_NONE)
         || !file.set(TIFFTAG_ROWSPERSTRIP, rows))
         return false;
     const ConstPlaneView view = planeView(image, 0);

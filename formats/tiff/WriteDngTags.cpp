@@ -25,9 +25,8 @@ bool setFloats(TiffFile& file, uint32_t tag, const QVector<double>& values)
 
 bool setVersion(TiffFile& file, const DngMosaic& mosaic)
 {
-    const bool needsNewReader = mosaic.isDeflated || mosaic.image->dataType == DataTypeFloat;
     const quint8 version[4] = {1, 4, 0, 0};
-    const quint8 readable[4] = {1, quint8(needsNewReader ? 4 : 1), 0, 0};
+    const quint8 readable[4] = {1, quint8(mosaic.isDeflated ? 4 : 1), 0, 0};
     const QString model = (mosaic.common->cameraMake + QLatin1Char(' ') + mosaic.common->cameraModel).simplified();
     const QByteArray name = model.isEmpty() ? QByteArrayLiteral("Unknown camera") : model.toUtf8();
     return file.set(TIFFTAG_DNGVERSION, version) && file.set(TIFFTAG_DNGBACKWARDVERSION, readable)
