@@ -123,6 +123,29 @@ private slots:
         QVERIFY(!AddVar(mat, QStringLiteral("text"), QString()));
         QVERIFY(MatClose(mat));
         QCOMPARE(content().size(), 128);
+        // Not even the handle is looked at.
+        char noHandle = 0;
+        QVERIFY(!AddVar(&noHandle, QStringLiteral("text"), QString()));
+    }
+
+    void everyVersionOpensForReading_data()
+    {
+        QTest::addColumn<int>("version");
+        QTest::newRow("version 4") << int(MAT_FT_MAT4);
+        QTest::newRow("version 5") << int(MAT_FT_MAT5);
+        QTest::newRow("version 7.3") << int(MAT_FT_MAT73);
+    }
+    void everyVersionOpensForReading()
+    {
+        QFETCH(int, version);
+        double value = 1;
+        mat_t* written = Mat_CreateVer(path().toLocal8Bit().constData(), nullptr, mat_ft(version));
+        QVERIFY(AddVar(written, &value, 1, 1, QStringLiteral("x")));
+        QCOMPARE(Mat_Close(written), 0);
+        void* mat = MatOpenRead(path());
+        QVERIFY(mat);
+        QCOMPARE(int(Mat_GetVersion(static_cast<mat_t*>(mat))), version);
+        QVERIFY(MatClose(mat));
     }
 
     void matrixLiesColumnByColumn()
