@@ -12,6 +12,8 @@
 using orn::matlab::AddImage;
 using testing::StoredVariable;
 
+Q_DECLARE_METATYPE(ep::SxImageInfo)
+
 namespace {
 
 const QString base = QStringLiteral("ep_image");
@@ -367,8 +369,6 @@ void AddImageTest::planesGoAfterWhatIsInTheFileAlready()
     QCOMPARE(testing::variableNames(path()).join(QLatin1Char(' ')),
              QStringLiteral("note a%1_channel_1 a%1_channel_2 _channel_1 _channel_2"));
 }
-
-Q_DECLARE_METATYPE(ep::SxImageInfo)
 
 QTEST_GUILESS_MAIN(AddImageTest)
 #include "AddImageTest.moc"
