@@ -14,8 +14,9 @@ namespace matlab {
 struct MatCloser {
     void operator()(mat_t* mat) const { Mat_Close(mat); }
 };
+/** Mat_VarFree(), and what it forgets: the variables within a function handle. */
 struct MatVarDeleter {
-    void operator()(matvar_t* variable) const { Mat_VarFree(variable); }
+    void operator()(matvar_t* variable) const;
 };
 
 using MatHandle = std::unique_ptr<mat_t, MatCloser>;            ///< an open MAT file

@@ -135,6 +135,7 @@ void LoadForeignMatTest::passedOver_data()
     QTest::newRow("a sparse matrix") << sparse("sparse").bytes();
     QTest::newRow("three dimensions, the last of them 1") << cube.bytes();
     QTest::newRow("a function handle") << function.bytes();
+    QTest::newRow("a function handle in a structure") << structure("s", function.bytes()).bytes();
     QTest::newRow("compressed ones of all kinds")
         << matCompressed(testing::matText("t", "text").bytes()) + matCompressed(cell("c", inner).bytes())
                + matCompressed(structure("s", inner).bytes()) + matCompressed(cube.bytes());

@@ -154,7 +154,8 @@ void LoadMosaicFromMatTest::bitDepth()
     QFETCH(int, recorded);
     ep::CxScopedBuffer image(testing::describe(ep::ExImageDataType(type), 4, 3, 2, ep::LayoutPlanar));
     QVERIFY(!ep::failed(image.allocate(true)));
-    std::memcpy(testing::address(image.image(), 3, 2, 1), &largest, size_t(ep::sampleFacts(type).bytes));
+    const qint64 bytes = largest;
+    std::memcpy(testing::address(image.image(), 3, 2, 1), &bytes, size_t(ep::sampleFacts(type).bytes));
     QVERIFY(store(image.image(), {2, true, -1, 0, recorded}));
     QVERIFY(load());
     QTEST(m_image->bitDepth, "depth");

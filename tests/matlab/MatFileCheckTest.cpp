@@ -252,9 +252,7 @@ void MatFileCheckTest::cutAnywhere()
 
 void MatFileCheckTest::swappedBytesAreChecked()
 {
-    QByteArray header = testing::matHeader();
-    std::swap(header.data()[124], header.data()[125]);
-    std::swap(header.data()[126], header.data()[127]);
+    const QByteArray header = testing::matHeader().left(124) + QByteArray("\1\0MI", 4);
     QVERIFY2(isSound(header), qPrintable(m_reason));
     QVERIFY(!isSound(header + MatVariableBytes().bytes()));
 }
