@@ -2,13 +2,71 @@
 
 #include <orn/orn_core.h>
 
+#include <libraw/libraw.h>
+
 #include <cmath>
 
 using namespace testing;
 
+namespace {
+
+/** A RAW file as any program sees it that stands on LibRaw. */
+class StrangerFile {
+public:
+    explicit StrangerFile(const QString& path)
+        : m_isRead(m_raw.open_file(QFile::encodeName(path).constData()) == LIBRAW_SUCCESS
+                   && m_raw.unpack() == LIBRAW_SUCCESS && m_raw.imgdata.rawdata.raw_image)
+    {
+    }
+
+    bool isRead() const { return m_isRead; }
+    int width() const { return m_raw.imgdata.sizes.width; }
+    int height() const { return m_raw.imgdata.sizes.height; }
+    quint16 sample(int x, int y) const
+    {
+        const libraw_image_sizes_t& sizes = m_raw.imgdata.sizes;
+        const size_t pitch = sizes.raw_pitch / sizeof(ushort);
+        return m_raw.imgdata.rawdata.raw_image[size_t(y + sizes.top_margin) * pitch + size_t(x + sizes.left_margin)];
+    }
+    QChar color(int x, int y) { return QLatin1Char(m_raw.imgdata.idata.cdesc[m_raw.COLOR(y, x)]); }
+    double black(int x, int y)
+    {
+        const libraw_colordata_t& color = m_raw.imgdata.color;
+        const unsigned* cblack = color.cblack;
+        const unsigned rows = cblack[4];
+        const unsigned columns = cblack[5];
+        const unsigned ofPlace =
+            rows * columns > 0 ? cblack[6 + unsigned(y) % rows * columns + unsigned(x) % columns] : 0;
+        return color.black + cblack[m_raw.COLOR(y, x)] + ofPlace;
+    }
+    double white() const { return m_raw.imgdata.color.maximum; }
+    QString make() const { return QString::fromLatin1(m_raw.imgdata.idata.make); }
+    QString model() const { return QString::fromLatin1(m_raw.imgdata.idata.model); }
+    const libraw_imgother_t& capture() const { return m_raw.imgdata.other; }
+
+private:
+    LibRaw m_raw;
+    bool m_isRead;
+};
+
+/** Index of the black level R, G1, B, G2 for a place of a mosaic. */
+int planeAt(const QString& cell, int x, int y)
+{
+    const QString row = cell.mid(y % 2 * 2, 2);
+    const QChar color = row[x % 2];
+    if (color == QLatin1Char('G'))
+        return row.contains(QLatin1Char('R')) ? 1 : 3;
+    return color == QLatin1Char('R') ? 0 : 2;
+}
+
+}  // namespace
+
 /** Images that go through other formats and come back the same. */
 class ConvertRoundTripTest : public QObject {
     Q_OBJECT
+public:
+    static void compareWithStranger(const QString& path, const ep::SxImageBuf& mosaic,
+                                    const ep::CxCommonImageMetadata& expected);
 private slots:
     void initTestCase();
     void aCaptureComesBack_data();
@@ -20,6 +78,29 @@ private slots:
 void ConvertRoundTripTest::initTestCase()
 {
     orn::Init();
+}
+
+void ConvertRoundTripTest::compareWithStranger(const QString& path, const ep::SxImageBuf& mosaic,
+                                               const ep::CxCommonImageMetadata& expected)
+{
+    StrangerFile file(path);
+    QVERIFY(file.isRead());
+    QCOMPARE(QSize(file.width(), file.height()), QSize(mosaic.width, mosaic.height));
+    const int cell = mosaic.patternWidth;
+    for (int y = 0; y < mosaic.height; ++y) {
+        for (int x = 0; x < mosaic.width; ++x) {
+            QCOMPARE(file.sample(x, y), sampleAt<quint16>(mosaic, x, y));
+            QCOMPARE(file.color(x, y), expected.patternColors[y % cell * cell + x % cell]);
+            const int levels = expected.blackLevels.size();
+            QCOMPARE(file.black(x, y), expected.blackLevels[levels == 1 ? 0 : planeAt(expected.patternColors, x, y)]);
+        }
+    }
+    QCOMPARE(file.white(), expected.whiteLevel);
+    QCOMPARE(file.make(), expected.cameraMake);
+    QCOMPARE(file.model(), expected.cameraModel);
+    QVERIFY(std::abs(double(file.capture().shutter) - expected.exposureTime) < 1e-6);
+    QVERIFY(std::abs(double(file.capture().aperture) - expected.aperture) < 1e-5);
+    QCOMPARE(double(file.capture().iso_speed), expected.iso);
 }
 
 void ConvertRoundTripTest::aCaptureComesBack_data()
@@ -75,7 +156,10 @@ void ConvertRoundTripTest::aCaptureComesBack()
         for (int plane = 0; plane < expected->blackLevels.size(); ++plane)
             QCOMPARE(common->blackLevels.value(common->blackLevels.size() == 1 ? 0 : plane, -1),
                      expected->blackLevels[plane]);
+        QCOMPARE(common->iso, expected->iso);
+        QVERIFY(std::abs(common->aperture - expected->aperture) < 1e-9);
     }
+    compareWithStranger(files.path("c.dng"), mosaic.image(), *commonItem(metadata));
 }
 
 void ConvertRoundTripTest::aPhotographBecomesPlanesAndComesBack_data()
