@@ -28,14 +28,37 @@ void writeJson(const QList<ep::SxFormatInfo>& formats, Output& output)
     output.json(answer);
 }
 
+/** "Camera RAW image" of "Camera RAW image (*.dng *.cr2)". */
+QString nameOf(const ep::SxFormatInfo& format)
+{
+    return format.filter.section(QStringLiteral(" ("), 0, 0);
+}
+
+/** The suffixes in lines that fit beside the other columns. */
+QStringList suffixLines(const QStringList& suffixes)
+{
+    constexpr int longest = 32;
+    QStringList lines{QString()};
+    for (const QString& suffix : suffixes) {
+        if (lines.last().size() + suffix.size() > longest)
+            lines << QString();
+        lines.last() += (lines.last().isEmpty() ? QStringLiteral(".") : QStringLiteral(" .")) + suffix;
+    }
+    return lines;
+}
+
 void writeText(const QList<ep::SxFormatInfo>& formats, Output& output)
 {
     TextTable table({QStringLiteral("format"), QStringLiteral("reads"), QStringLiteral("writes"),
-                     QStringLiteral("rank"), QStringLiteral("provider")});
+                     QStringLiteral("rank"), QStringLiteral("suffixes"), QStringLiteral("provider")});
     const auto yesOrNo = [](bool yes) { return yes ? QStringLiteral("yes") : QStringLiteral("no"); };
-    for (const ep::SxFormatInfo& format : formats)
-        table.addRow({format.filter, yesOrNo(format.reads), yesOrNo(format.writes), QString::number(format.rank),
-                      format.provider});
+    for (const ep::SxFormatInfo& format : formats) {
+        const QStringList suffixes = suffixLines(format.suffixes);
+        table.addRow({nameOf(format), yesOrNo(format.reads), yesOrNo(format.writes), QString::number(format.rank),
+                      suffixes.first(), format.provider});
+        for (const QString& line : suffixes.mid(1))
+            table.addRow({QString(), QString(), QString(), QString(), line, QString()});
+    }
     table.write(output);
 }
 

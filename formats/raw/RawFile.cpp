@@ -68,6 +68,8 @@ bool RawFile::open(const QString& path, qint64 memoryLimit, SxFileError& error)
         return fail(error, ExFileError::Unreadable, QStringLiteral("there is no such file"));
     if (!info.isFile())
         return fail(error, ExFileError::Unreadable, QStringLiteral("it is not a regular file"));
+    if (info.size() == 0)
+        return fail(error, ExFileError::Unreadable, QStringLiteral("the file is empty"));
     QFile probe(path);
     if (!probe.open(QIODevice::ReadOnly))
         return fail(error, ExFileError::Unreadable, probe.errorString());

@@ -12,6 +12,7 @@ namespace ep {
 namespace tiff {
 
 struct TiffFile::Report {
+    QString path;
     QString problem;
     bool hasGuessedSamples = false;
 
@@ -22,12 +23,19 @@ struct TiffFile::Report {
         return QString::fromLocal8Bit(buffer).trimmed();
     }
 
+    // Some of libtiff's messages name the file, others do not; whoever passes one on does.
+    QString withoutPath(const QString& text) const
+    {
+        const QString start = path + QStringLiteral(": ");
+        return text.startsWith(start) ? text.mid(start.size()) : text;
+    }
+
     // Later messages are mostly consequences of the first.
     static int onError(TIFF*, void* self, const char*, const char* text, va_list arguments)
     {
         auto* report = static_cast<Report*>(self);
         if (report->problem.isEmpty())
-            report->problem = format(text, arguments);
+            report->problem = report->withoutPath(format(text, arguments));
         return 1;
     }
 
@@ -55,6 +63,7 @@ TiffFile& TiffFile::operator=(TiffFile&& other) noexcept
 TiffFile TiffFile::open(const QString& path, const char* mode, qint64 memoryLimit)
 {
     TiffFile file;
+    file.m_report->path = path;
     const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(TIFFOpenOptionsAlloc(),
                                                                                &TIFFOpenOptionsFree);
     if (!options) {
@@ -105,7 +114,8 @@ bool TiffFile::hasGuessedSamples() const
 
 void TiffFile::forgetProblems()
 {
-    *m_report = Report();
+    m_report->problem.clear();
+    m_report->hasGuessedSamples = false;
 }
 
 }  // namespace tiff

@@ -81,6 +81,10 @@ void ConvertCommandTest::failsWithTheFileAndTheReason_data()
                                         << "folder" << 4;
     QTest::newRow("a folder with a known suffix as output") << "in.tif"
                                                             << "folder.mat" << 4;
+    QTest::newRow("an output in a file") << "in.tif"
+                                         << "in.tif/out.mat" << 4;
+    QTest::newRow("an output whose format is only read") << "in.tif"
+                                                         << "out.cr2" << 4;
     QTest::newRow("an output of no known format") << "in.tif"
                                                   << "out.docx" << 4;
     QTest::newRow("an output without a suffix") << "in.tif"
@@ -184,7 +188,7 @@ void ConvertCommandTest::compressesWhereTheFormatCan()
     auto even = cameraMosaic(ep::BayerGridRGGB, 200, 100);
     QVERIFY(!ep::failed(ep::SetChannel(even.image(), 0, 1000)));
     QVERIFY(m_files->save(QStringLiteral("even.tif"), even));
-    for (const char* format : {"tif"}) {
+    for (const char* format : {"tif", "dng"}) {
         const auto sizeWith = [&](const char* method) {
             const QString name = QStringLiteral("%1.%2").arg(QLatin1String(method), QLatin1String(format));
             const QStringList options{QStringLiteral("--compression"), QLatin1String(method)};

@@ -89,6 +89,8 @@ void InfoCommandTest::failsWithTheFileAndTheReason()
     QVERIFY2(run.out.isEmpty(), run.all());
     const QString start = QStringLiteral("orn: %1: ").arg(file);
     QVERIFY2(run.err.startsWith(start) && run.err.size() > start.size() + 5, run.all());
+    QVERIFY2(run.err.count(file) == 1, run.all());
+    QCOMPARE(run.err.contains(QStringLiteral("the file is empty")), name == QLatin1String("empty.dng"));
 
     const ProgramRun json = runOrn({QStringLiteral("info"), QStringLiteral("--json"), file});
     QCOMPARE(json.code, 3);

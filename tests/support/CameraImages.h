@@ -11,6 +11,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <cmath>
+
 namespace testing {
 
 /** The X-Trans cell, row by row. */
@@ -54,7 +56,7 @@ inline ep::CxMetadata cameraMetadata(const ep::SxImageInfo& mosaic)
     common->patternColors = colors[mosaic.bayerGrid];
     common->colorBitDepth = mosaic.bitDepth;
     common->blackLevels = {512};
-    common->whiteLevel = (1 << mosaic.bitDepth) - 1;
+    common->whiteLevel = std::ldexp(1.0, mosaic.bitDepth) - 1;
     common->cameraMake = QStringLiteral("Make");
     common->cameraModel = QStringLiteral("Model 7");
     common->exposureTime = 0.004;
