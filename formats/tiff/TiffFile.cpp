@@ -94,7 +94,12 @@ TiffFile TiffFile::openForReading(const QString& path, qint64 memoryLimit)
 
 TiffFile TiffFile::openForWriting(const QString& path, Variant variant)
 {
-    return open(path, variant == Variant::Big ? "w8" : "w", std::numeric_limits<tmsize_t>::max());
+    TiffFile file = open(path, variant == Variant::Big ? "w8" : "w", std::numeric_limits<tmsize_t>::max());
+    // libtiff's own message names the file.
+    QFile probe(path);
+    if (!file && !probe.open(QIODevice::WriteOnly))
+        file.m_report->problem = probe.errorString();
+    return file;
 }
 
 QString TiffFile::problem() const

@@ -21,6 +21,7 @@ constexpr ep::ExImageDataType writtenTypes[] = {
 LoadedFrame throughFile(const QString& path, const ep::CxImageData& data, const QMap<QString, QVariant>& options = {})
 {
     const auto saver = makeRegistered<ep::IxImageDataSaver>("ep::tiff::CxTiffImageSaver", "IxImageDataSaver");
+    QFile::remove(path);  // see writeFile()
     saver->setFileName(path);
     saver->setOptions(options);
     if (!saver->saveImage(&data)) {

@@ -4,8 +4,9 @@
  */
 #pragma once
 
+#include "Files.h"
+
 #include <QByteArray>
-#include <QFile>
 #include <QMap>
 #include <QString>
 #include <QtEndian>
@@ -73,9 +74,7 @@ public:
     /** Writes the first @p length bytes of the file, or all of it. */
     bool write(const QString& path, int length = -1) const
     {
-        QFile file(path);
-        const QByteArray content = bytes().left(length < 0 ? bytes().size() : length);
-        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+        return writeFile(path, bytes().left(length < 0 ? bytes().size() : length));
     }
 
 private:

@@ -123,6 +123,7 @@ using TiffTags = std::function<void(TIFF*)>;
 inline bool makeTiff(const QString& path, const TiffKind& kind, const TiffSamples& samples, const TiffTags& tags = {},
                      int pages = 1)
 {
+    QFile::remove(path);  // see writeFile()
     TIFF* file = TIFFOpen(QFile::encodeName(path).constData(), kind.mode);
     if (!file)
         return false;

@@ -1,0 +1,195 @@
+// TIFF files of every kind with some bytes changed or cut off do no harm: nothing undefined, huge or printed.
+
+#include "Files.h"
+#include "FormatPlugin.h"
+#include "StandardErrorCapture.h"
+#include "TestImages.h"
+#include "TiffMaker.h"
+
+#include <QtEndian>
+#include <QtTest>
+
+#include <random>
+
+using namespace testing;
+
+namespace {
+
+constexpr qint64 memoryLimit = 16 << 20;
+
+quint64 mixed(int x, int y, int c)
+{
+    const quint64 value = (quint64(x) * 0x9e3779b97f4a7c15u) ^ (quint64(y) * 0xbf58476d1ce4e5b9u);
+    return (value ^ value >> 29) * quint64(2 * c + 1);
+}
+
+TiffKind kindOf(int bits, int compression, int predictor = PREDICTOR_NONE)
+{
+    TiffKind kind;
+    kind.width = 45;
+    kind.height = 34;
+    kind.rowsPerStrip = 16;
+    kind.bits = bits;
+    kind.compression = compression;
+    kind.predictor = predictor;
+    return kind;
+}
+
+QByteArray made(const TiffKind& kind, int pages = 1)
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("file.tif"));
+    return makeTiff(path, kind, mixed, {}, pages) ? readFile(path) : QByteArray();
+}
+
+QByteArray madeOf(const char* mode, int planarConfig, int tileSize, int channels)
+{
+    TiffKind kind = kindOf(16, COMPRESSION_NONE);
+    kind.mode = mode;
+    kind.planarConfig = planarConfig;
+    kind.tileSize = tileSize;
+    kind.channels = channels;
+    kind.photometric = channels == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
+    return made(kind, 2);
+}
+
+QByteArray halfFloats()
+{
+    TiffKind kind = kindOf(16, COMPRESSION_ADOBE_DEFLATE, PREDICTOR_FLOATINGPOINT);
+    kind.format = SAMPLEFORMAT_IEEEFP;
+    return made(kind);
+}
+
+/** A file of our own with every directory and tag that the saver knows. */
+QByteArray saved(const QString& compression)
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("file.tif"));
+    ep::SxImageInfo info = describe(ep::DataTypeUInt16, 40, 30);
+    info.bayerGrid = ep::BayerGridRGGB;
+    auto* common = new ep::CxCommonImageMetadata;
+    common->cameraMake = QStringLiteral("Make");
+    common->exposureTime = 0.25;
+    common->iso = 200;
+    common->orientation = 3;
+    common->captureTime = QDateTime(QDate(2024, 2, 29), QTime(23, 59, 58));
+    common->attributes.insert(QStringLiteral("LensModel"), QStringLiteral("35/2"));
+    common->attributes.insert(QStringLiteral("Software"), QStringLiteral("tests"));
+    const auto saver = makeRegistered<ep::IxImageDataSaver>("ep::tiff::CxTiffImageSaver", "IxImageDataSaver");
+    saver->setFileName(path);
+    saver->setOptions({{QStringLiteral("compression"), compression}});
+    return saver->saveImage(imageDataOf(randomImage(info), common).get()) ? readFile(path) : QByteArray();
+}
+
+/** Where the first directory of the file @p bytes stands. */
+quint32 directoryOf(const QByteArray& bytes)
+{
+    const bool isBig = bytes[2] == 43 || bytes[3] == 43;
+    const char* offset = bytes.constData() + (isBig ? 8 : 4);
+    if (bytes[0] == 'M')
+        return isBig ? static_cast<quint32>(qFromBigEndian<quint64>(offset)) : qFromBigEndian<quint32>(offset);
+    return isBig ? static_cast<quint32>(qFromLittleEndian<quint64>(offset)) : qFromLittleEndian<quint32>(offset);
+}
+
+/** The file @p bytes hurt in up to six places or cut; every other one where its tags stand. */
+QByteArray mutant(QByteArray bytes, quint32 seed)
+{
+    std::mt19937 random(seed);
+    const auto size = static_cast<quint32>(bytes.size());
+    const quint32 first = seed % 2 == 0 ? qMin(directoryOf(bytes), size - 1) : 0;
+    for (quint32 i = 0, n = 1 + random() % 6; i < n; ++i)
+        bytes[static_cast<int>(first + random() % (size - first))] = static_cast<char>(random() % 3 ? random() : 0xff);
+    return seed % 16 == 15 ? bytes.left(static_cast<int>(random() % size)) : bytes;
+}
+
+/** The most address space that this process ever had, in bytes. */
+qint64 peakAddressSpace()
+{
+    for (const QByteArray& line : readFile(QStringLiteral("/proc/self/status")).split('\n'))
+        if (line.startsWith("VmPeak:"))
+            return line.mid(7).trimmed().split(' ').first().toLongLong() * 1024;
+    return 0;
+}
+
+/** Adds up every byte, so that a checker sees undefined or foreign ones. */
+quint32 sumOfBytes(const ep::SxImageBuf& image)
+{
+    quint32 sum = 0;
+    const auto* bytes = static_cast<const unsigned char*>(image.data);
+    for (size_t i = 0; i < storageBytes(image); ++i)
+        sum += bytes[i];
+    return sum;
+}
+
+}  // namespace
+
+class TiffMutantTest : public QObject {
+    Q_OBJECT
+
+    /** Loads every page; true when what came out is sound. */
+    static bool loadsSoundly(const QString& path)
+    {
+        LoadedFrame loaded = loadFrame("ep::tiff::CxTiffImageLoader", path, 0, memoryLimit);
+        if (loaded.loader->isOpen() != (loaded.data != nullptr)
+            || loaded.loader->isOpen() != loaded.loader->lastError().reason.isEmpty())
+            return false;
+        for (int frame = 1; loaded.data; ++frame) {
+            if (qint64(storageBytes(loaded.image())) > memoryLimit)
+                return false;
+            m_sum += sumOfBytes(loaded.image());
+            loaded.data.reset(frame < 4 ? loaded.loader->imageData(frame) : nullptr);
+        }
+        return true;
+    }
+
+    static inline quint32 m_sum = 0;
+
+private slots:
+    void initTestCase() { loadFormatPlugin(QStringLiteral("tiff")); }
+    void cleanupTestCase() { qInfo("sum of all samples: %u", m_sum); }
+
+    void mutantsDoNoHarm_data()
+    {
+        QTest::addColumn<QByteArray>("sound");
+        QTest::newRow("8 bits") << made(kindOf(8, COMPRESSION_NONE));
+        QTest::newRow("12 bits") << made(kindOf(12, COMPRESSION_NONE));
+        QTest::newRow("Deflate") << made(kindOf(16, COMPRESSION_ADOBE_DEFLATE, PREDICTOR_HORIZONTAL));
+        QTest::newRow("LZW") << made(kindOf(32, COMPRESSION_LZW, PREDICTOR_HORIZONTAL));
+        QTest::newRow("LZW of 14 bits") << made(kindOf(14, COMPRESSION_LZW));
+        QTest::newRow("PackBits") << made(kindOf(8, COMPRESSION_PACKBITS));
+        QTest::newRow("Zstandard") << made(kindOf(16, COMPRESSION_ZSTD));
+        QTest::newRow("LZMA") << made(kindOf(8, COMPRESSION_LZMA));
+        QTest::newRow("JPEG") << made(kindOf(8, COMPRESSION_JPEG));
+        QTest::newRow("fax group 3") << made(kindOf(1, COMPRESSION_CCITTFAX3));
+        QTest::newRow("fax group 4") << made(kindOf(1, COMPRESSION_CCITTFAX4));
+        QTest::newRow("half floats") << halfFloats();
+        QTest::newRow("64 bits") << made(kindOf(64, COMPRESSION_NONE));
+        QTest::newRow("big-endian planes") << madeOf("wb", PLANARCONFIG_SEPARATE, 0, 3);
+        QTest::newRow("tiles") << madeOf("wl", PLANARCONFIG_CONTIG, 16, 3);
+        QTest::newRow("BigTIFF, tiled planes") << madeOf("w8", PLANARCONFIG_SEPARATE, 32, 2);
+        QTest::newRow("our own") << saved(QStringLiteral("none"));
+        QTest::newRow("our own, Deflate") << saved(QStringLiteral("deflate"));
+    }
+
+    void mutantsDoNoHarm()
+    {
+        QFETCH(QByteArray, sound);
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("file.tif"));
+        QVERIFY(writeFile(path, sound));
+        QVERIFY(loadFrame("ep::tiff::CxTiffImageLoader", path, 0, memoryLimit).data);
+        const qint64 peakBefore = peakAddressSpace();
+        StandardErrorCapture standardError;
+        for (quint32 seed = 0; seed < 400; ++seed) {
+            QVERIFY(writeFile(path, mutant(sound, seed)));
+            QVERIFY2(loadsSoundly(path), qPrintable(QString::number(seed)));
+        }
+        QCOMPARE(standardError.text(), QByteArray());
+        // An image, a tile or strip, and a decoder's own memory.
+        QVERIFY2(peakAddressSpace() - peakBefore <= 4 * memoryLimit,
+                 qPrintable(QString::number(peakAddressSpace() - peakBefore)));
+    }
+};
+
+QTEST_GUILESS_MAIN(TiffMutantTest)
+#include "TiffMutantTest.moc"
