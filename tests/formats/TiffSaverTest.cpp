@@ -166,6 +166,23 @@ private slots:
         QVERIFY(!save(path(), data.get(), options));
     }
 
+    // Its samples begin on a page of the file.
+    void aDiskThatFillsUpIsNoticedWithALargeImage()
+    {
+        const auto data = imageDataOf(randomImage(describe(ep::DataTypeUInt16, 600, 900)), someMetadata());
+        QVERIFY(!save(path(), data.get(), {}));
+        const qint64 size = QFileInfo(path()).size();
+        for (qint64 limit : {qint64(7), qint64(300), qint64(4095), qint64(4096), size / 2, size - 1}) {
+            QFile::remove(path());
+            const FileSizeLimit full(limit);
+            QVERIFY2(save(path(), data.get(), {}).kind == ep::ExFileError::Unwritable,
+                     qPrintable(QString::number(limit)));
+        }
+        QFile::remove(path());
+        const FileSizeLimit justEnough(size);
+        QVERIFY(!save(path(), data.get(), {}));
+    }
+
     void anOldFileIsReplacedWhole()
     {
         QVERIFY(!save(path(), randomImage(describe(ep::DataTypeDouble, 99, 99))));
