@@ -17,6 +17,13 @@ namespace {
 
 constexpr qint64 memoryLimit = 16 << 20;
 
+// The sanitizers hold freed memory back, so that what a process ever had tells nothing of what it had at once.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool peakTells = false;
+#else
+constexpr bool peakTells = true;
+#endif
+
 quint64 mixed(int x, int y, int c)
 {
     const quint64 value = (quint64(x) * 0x9e3779b97f4a7c15u) ^ (quint64(y) * 0xbf58476d1ce4e5b9u);
@@ -186,7 +193,7 @@ private slots:
         }
         QCOMPARE(standardError.text(), QByteArray());
         // An image, a tile or strip, and a decoder's own memory.
-        QVERIFY2(peakAddressSpace() - peakBefore <= 4 * memoryLimit,
+        QVERIFY2(!peakTells || peakAddressSpace() - peakBefore <= 4 * memoryLimit,
                  qPrintable(QString::number(peakAddressSpace() - peakBefore)));
     }
 };
