@@ -2,66 +2,18 @@
 
 #include <orn/Init.h>
 
+#include "FileSizeLimit.h"
 #include "TestImages.h"
+#include "TinyDisk.h"
 
 #include <ep/CxImageFormatManager.h>
 #include <ep/SameSamples.h>
 
 #include <QtTest>
 
-#include <csignal>
-
-#include <sys/mount.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
 using Manager = ep::CxImageFormatManager;
 
 namespace {
-
-/** A file system of 64 KiB while it lives, where this process may mount one. */
-class SmallDisk {
-public:
-    explicit SmallDisk(const QString& folder) : m_folder(QFile::encodeName(folder))
-    {
-        m_mounted = geteuid() == 0 && mount("tmpfs", m_folder.constData(), "tmpfs", 0, "size=64k") == 0;
-    }
-    ~SmallDisk()
-    {
-        if (m_mounted)
-            umount2(m_folder.constData(), MNT_DETACH);
-    }
-    SmallDisk(const SmallDisk&) = delete;
-    SmallDisk& operator=(const SmallDisk&) = delete;
-    bool isMounted() const { return m_mounted; }
-
-private:
-    QByteArray m_folder;
-    bool m_mounted = false;
-};
-
-/** While it lives, this process can write no file past a size, and is told so by write() alone. */
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(qint64 bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        rlimit limit = m_before;
-        limit.rlim_cur = static_cast<rlim_t>(bytes);
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_handler);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    void (*m_handler)(int);
-    rlimit m_before{};
-};
 
 QByteArray contentOf(const QString& path)
 {
@@ -117,7 +69,7 @@ void MatFullDiskTest::saveFailsAndLeavesTheOldFile(const ep::SxImageBuf& image)
     QVERIFY(error.kind == ep::ExFileError::Unwritable);
     QVERIFY(!error.reason.isEmpty());
     QVERIFY(contentOf(m_path) == m_oldContent);
-    QCOMPARE(QDir(m_folder->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+    QCOMPARE(QFileInfo(m_path).dir().entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
              QStringList(QStringLiteral("image.mat")));
 }
 
@@ -131,9 +83,10 @@ void MatFullDiskTest::aSmallDisk_data()
 void MatFullDiskTest::aSmallDisk()
 {
     QFETCH(int, width);
-    const SmallDisk disk(m_folder->path());
+    const testing::TinyDisk disk;
     if (!disk.isMounted())
-        QSKIP("this process may not mount a file system");
+        QSKIP("this system lets nobody but root mount a file system");
+    m_path = disk.filePath("image.mat");
     makeOldFile();
     saveFailsAndLeavesTheOldFile(testing::randomImage(testing::describe(ep::DataTypeDouble, width, 100)).image());
 }
@@ -157,7 +110,7 @@ void MatFullDiskTest::aFileThatMayNotGrow()
     const qint64 size = QFileInfo(other).size();
     QVERIFY(QFile::remove(other));
 
-    const FileSizeLimit limit(size - missingBytes);
+    const testing::FileSizeLimit limit(size - missingBytes);
     if (missingBytes > 0)
         saveFailsAndLeavesTheOldFile(image.image());
     else
