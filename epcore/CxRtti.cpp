@@ -7,10 +7,10 @@
 
 #include <QHash>
 #include <QMetaClassInfo>
-#include <QReadLocker>
-#include <QReadWriteLock>
 #include <QVector>
-#include <QWriteLocker>
+
+#include <mutex>
+#include <shared_mutex>
 
 namespace ep {
 
@@ -24,7 +24,7 @@ struct SxRegistration {
 }  // namespace
 
 struct CxRtti::Private {
-    mutable QReadWriteLock lock;
+    mutable std::shared_mutex mutex;  // not Qt's, which race detectors cannot see through
     QHash<QString, QVector<SxRegistration>> registrations;
     QList<QString> interfaces;
 };
@@ -47,7 +47,7 @@ CxRtti* CxRtti::instance()
 
 void CxRtti::registerClass(CxPlugin* plugin, const QMetaObject& metaObject, const QString& interfaceName)
 {
-    const QWriteLocker locker(&m_d->lock);
+    const std::unique_lock<std::shared_mutex> lock(m_d->mutex);
     if (!m_d->interfaces.contains(interfaceName))
         m_d->interfaces.append(interfaceName);
     QVector<SxRegistration>& registrations = m_d->registrations[interfaceName];
@@ -59,7 +59,7 @@ void CxRtti::registerClass(CxPlugin* plugin, const QMetaObject& metaObject, cons
 
 QList<const QMetaObject*> CxRtti::classes(const QString& interfaceName) const
 {
-    const QReadLocker locker(&m_d->lock);
+    const std::shared_lock<std::shared_mutex> lock(m_d->mutex);
     QList<const QMetaObject*> classes;
     const QVector<SxRegistration> registrations = m_d->registrations.value(interfaceName);
     for (const SxRegistration& registration : registrations)
@@ -69,13 +69,13 @@ QList<const QMetaObject*> CxRtti::classes(const QString& interfaceName) const
 
 QList<QString> CxRtti::interfaces() const
 {
-    const QReadLocker locker(&m_d->lock);
+    const std::shared_lock<std::shared_mutex> lock(m_d->mutex);
     return m_d->interfaces;
 }
 
 CxPlugin* CxRtti::plugin(const QMetaObject& metaObject, const QString& interfaceName) const
 {
-    const QReadLocker locker(&m_d->lock);
+    const std::shared_lock<std::shared_mutex> lock(m_d->mutex);
     const QVector<SxRegistration> registrations = m_d->registrations.value(interfaceName);
     for (const SxRegistration& registration : registrations)
         if (registration.metaObject == &metaObject)

@@ -3,13 +3,13 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QMutex>
 #include <QRandomGenerator>
 #include <QSet>
 
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -66,7 +66,7 @@ bool failAbandoned(SxFileError& error)
 
 /** The temporary files that exist now, for abandonAll(). */
 struct LiveFiles {
-    QMutex mutex;
+    std::mutex mutex;  // not Qt's, which race detectors cannot see through
     QSet<QByteArray> names;
     bool areAbandoned = false;
 };
@@ -130,7 +130,7 @@ CxSafeFile::~CxSafeFile()
     if (m_temporary.isEmpty())
         return;
     const QByteArray name = QFile::encodeName(m_temporary);
-    const QMutexLocker locker(&liveFiles().mutex);
+    const std::lock_guard<std::mutex> lock(liveFiles().mutex);
     if (liveFiles().names.remove(name))
         ::unlink(name);
 }
@@ -138,7 +138,7 @@ CxSafeFile::~CxSafeFile()
 void CxSafeFile::abandonAll()
 {
     LiveFiles& files = liveFiles();
-    const QMutexLocker locker(&files.mutex);
+    const std::lock_guard<std::mutex> lock(files.mutex);
     files.areAbandoned = true;
     for (const QByteArray& name : qAsConst(files.names))
         ::unlink(name);
@@ -154,7 +154,7 @@ bool CxSafeFile::create(SxFileError& error)
     if (target.isSymLink() || (target.exists() && !target.isFile()))
         return fail(error, QStringLiteral("it is not a regular file"));
     LiveFiles& files = liveFiles();
-    const QMutexLocker locker(&files.mutex);
+    const std::lock_guard<std::mutex> lock(files.mutex);
     if (files.areAbandoned)
         return failAbandoned(error);
     for (;;) {
@@ -187,7 +187,7 @@ bool CxSafeFile::commit(bool refuseReplace, SxFileError& error)
             return fail(error, reasonOf(errno));
     }
     LiveFiles& files = liveFiles();
-    QMutexLocker locker(&files.mutex);
+    std::unique_lock<std::mutex> lock(files.mutex);
     if (files.areAbandoned)
         return failAbandoned(error);
     const int result = refuseReplace ? renameWithoutReplacing(from, to) : ::rename(from, to);
@@ -197,7 +197,7 @@ bool CxSafeFile::commit(bool refuseReplace, SxFileError& error)
         return false;
     }
     files.names.remove(from);
-    locker.unlock();
+    lock.unlock();
     flushFolder(QFileInfo(m_target).path());
     m_temporary.clear();
     return true;

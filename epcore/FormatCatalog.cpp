@@ -6,8 +6,6 @@
 
 #include "FormatFilter.h"
 
-#include <QMutexLocker>
-
 #include <algorithm>
 #include <limits>
 #include <memory>
@@ -66,7 +64,7 @@ FormatCatalog::FormatCatalog()
 
 void FormatCatalog::addPluginFolder(const QString& folder)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     m_plugins.addFolder(folder);
 }
 
@@ -85,7 +83,7 @@ const QList<SxFormatInfo>& FormatCatalog::formatsOf(const QMetaObject& metaObjec
 
 QList<SxFormatInfo> FormatCatalog::formats() const
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     QList<SxFormatInfo> list;
     for (const ExFormatUse use : {ExFormatUse::Read, ExFormatUse::Write}) {
         const QList<const QMetaObject*> classes = CxRtti::instance()->classes(interfaceName(use));
@@ -105,7 +103,7 @@ QList<SxFormatInfo> FormatCatalog::formats() const
 const QMetaObject* FormatCatalog::next(ExFormatUse use, const QString& fileName, const QSet<const QMetaObject*>& tried,
                                        QString& failure)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     for (;;) {
         int bestRank = noRank;
         const QMetaObject* bestClass = nullptr;

@@ -9,8 +9,9 @@
 #include "FormatPlugins.h"
 
 #include <QHash>
-#include <QMutex>
 #include <QSet>
+
+#include <mutex>
 
 struct QMetaObject;
 
@@ -38,7 +39,7 @@ public:
 private:
     const QList<SxFormatInfo>& formatsOf(const QMetaObject& metaObject, ExFormatUse use) const;
 
-    mutable QMutex m_mutex;
+    mutable std::mutex m_mutex;  // not Qt's, which race detectors cannot see through
     mutable QHash<const QMetaObject*, QList<SxFormatInfo>> m_formats;  // what each class said; asking takes an object
     FormatPlugins m_plugins;
 };
