@@ -73,6 +73,8 @@ class CxImageFormatManagerOldFileTest : public QObject {
     Q_OBJECT
 
 private:
+    /** A file for the saver that looks whether writing works, and one for the saver that does not. */
+    static QStringList savedNames() { return {QStringLiteral("image.dump"), QStringLiteral("image.careless")}; }
     static QByteArray content(const QString& name)
     {
         QFile file(name);
@@ -123,11 +125,11 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::addColumn<int>("side");
         QTest::addColumn<bool>("fits");
-        for (const char* name : {"image.dump", "image.careless"}) {
-            QTest::addRow("%s far too large", name) << QString::fromLatin1(name) << 400 << false;
-            QTest::addRow("%s with room for it, but not beside the old file", name)
-                << QString::fromLatin1(name) << 230 << false;
-            QTest::addRow("%s with room for both", name) << QString::fromLatin1(name) << 100 << true;
+        for (const QString& name : savedNames()) {
+            const QByteArray saver = name.toLatin1();
+            QTest::newRow(saver + " far too large") << name << 400 << false;
+            QTest::newRow(saver + " with room for it, but not beside the old file") << name << 230 << false;
+            QTest::newRow(saver + " with room for both") << name << 100 << true;
         }
     }
 
@@ -152,9 +154,10 @@ private slots:
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<int>("missingBytes");
-        for (const char* name : {"image.dump", "image.careless"})
+        for (const QString& name : savedNames())
             for (const int missingBytes : {1, 500, 1000, 1030, 0})
-                QTest::addRow("%s, %d bytes short", name, missingBytes) << QString::fromLatin1(name) << missingBytes;
+                QTest::newRow(name.toLatin1() + ' ' + QByteArray::number(missingBytes) + " bytes short")
+                    << name << missingBytes;
     }
 
     void fileThatMayNotGrow()
