@@ -1,0 +1,35 @@
+#include <ep/HistogramMasked.h>
+
+#include "AgainstMemcpy.h"
+
+namespace {
+
+using benching::height;
+using benching::width;
+
+/** Counts an image of the given channels under a mask that admits everything. */
+void countLevels(benchmark::State& state)
+{
+    const auto type = ep::ExImageDataType(state.range(0));
+    const auto channels = static_cast<int>(state.range(1));
+    const bool constant = state.range(2) != 0;
+    const ep::CxScopedBuffer image = benching::makeImage(type, width, height, channels);
+    if (constant)
+        std::memset(image->data, 0, benching::storageBytes(image.image()));
+    ep::CxScopedBuffer mask = benching::makeImage(ep::DataTypeUInt8);
+    std::memset(mask->data, 1, benching::storageBytes(mask.image()));
+    ep::CxImageHistogram histogram;
+    benching::labelWith(state, type);
+    benching::againstMemcpy(state, benching::storageBytes(image.image()), [&] {
+        histogram.resize(channels, 1 << image->bitDepth);
+        ep::HistogramMasked(image.image(), mask.image(), histogram);
+    });
+}
+
+}  // namespace
+
+// A constant image waits for the same counter all the time.
+BENCHMARK(countLevels)
+    ->ArgNames({"type", "channels", "constant"})
+    ->ArgsProduct({{ep::DataTypeUInt8, ep::DataTypeUInt16}, {1, 3}, {0, 1}})
+    ->Apply(benching::onImages);
