@@ -4,6 +4,7 @@
 #include <ep/internal/BufferBookkeeping.h>
 #include <ep/internal/ImageCheck.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -38,6 +39,13 @@ void* allocateByDefault(std::size_t bytes)
 void freeByDefault(void* storage)
 {
     std::free(storage);
+}
+
+// The first 64-byte boundary at or after @p storage.
+void* alignedUp(void* storage)
+{
+    const std::size_t past = reinterpret_cast<std::uintptr_t>(storage) % smallAlignment;
+    return static_cast<char*>(storage) + (past == 0 ? 0 : smallAlignment - past);
 }
 
 bool copyByDefault(void* destination, const void* source, std::size_t rowBytes, std::size_t rows, std::size_t stride)
@@ -91,14 +99,16 @@ unsigned int AllocBuffer(const SxImageInfo& description, SxImageBuf& buffer, boo
     books.release = release ? release : &freeByDefault;
     books.copy = copy ? copy : &copyByDefault;
     books.bytes = static_cast<quint64>(bytes);
-    books.base = books.allocate(static_cast<std::size_t>(bytes));
+    // An allocator that came from outside promises no alignment: there must be room to move up.
+    const std::size_t room = books.allocate == &allocateByDefault ? 0 : smallAlignment - 1;
+    books.base = books.allocate(static_cast<std::size_t>(bytes) + room);
     if (!books.base)
         return StatusOutOfMemory;
-    if (clear)
-        std::memset(books.base, 0, static_cast<std::size_t>(bytes));
 
     static_cast<SxImageInfo&>(buffer) = info;
-    buffer.data = books.base;
+    buffer.data = alignedUp(books.base);
+    if (clear)
+        std::memset(buffer.data, 0, static_cast<std::size_t>(bytes));
     books.writeTo(buffer);
     return StatusOk;
 }
@@ -106,7 +116,7 @@ unsigned int AllocBuffer(const SxImageInfo& description, SxImageBuf& buffer, boo
 void FreeBuffer(SxImageBuf& buffer)
 {
     const internal::BufferBookkeeping books = internal::BufferBookkeeping::readFrom(buffer);
-    if (books.base && books.release)
+    if (buffer.data && books.base && books.release)
         books.release(books.base);
     internal::makeEmpty(buffer);
 }

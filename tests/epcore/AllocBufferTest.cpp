@@ -13,9 +13,16 @@ using ep::SxImageInfo;
 namespace {
 
 constexpr int maximum = std::numeric_limits<int>::max();
+constexpr size_t room = 63;  // what an allocator is asked for beyond the image
 
 size_t askedBytes = 0;
 int releases = 0;
+
+// An allocator whose storage begins a chosen number of bytes past a 64-byte boundary.
+size_t shift = 0;
+QByteArray arena;
+char* given = nullptr;
+void* takenBack = nullptr;
 
 void* countingAllocate(size_t bytes)
 {
@@ -27,6 +34,21 @@ void countingFree(void* storage)
 {
     ++releases;
     std::free(storage);
+}
+
+void* allocateShifted(size_t bytes)
+{
+    askedBytes = bytes;
+    arena.fill('x', int(bytes + 64 + shift));
+    const auto past = reinterpret_cast<quintptr>(arena.data()) % 64;
+    given = arena.data() + (past == 0 ? 0 : 64 - past) + shift;
+    return given;
+}
+
+void takeBack(void* storage)
+{
+    ++releases;
+    takenBack = storage;
 }
 
 void* allocateNothing(size_t bytes)
@@ -69,11 +91,14 @@ private slots:
     void refuses_data();
     void refuses();
     void asksTheGivenAllocator();
+    void alignsStorageOfAnyAllocator_data();
+    void alignsStorageOfAnyAllocator();
     void failsWhenTheAllocatorGivesNothing();
     void wantsBothFunctionsOrNeither();
     void freesAnEmptyRecordSafely();
     void freesOnce();
     void neverFreesTheCallersOwnMemory();
+    void freesNothingForNullData();
     void freesTheStorageWhereverDataPoints();
 };
 
@@ -105,7 +130,7 @@ void AllocBufferTest::choosesTightRows()
     SxImageBuf image = recordOf(testing::describe(ep::ExImageDataType(type), 5, 3, 3, ep::ExImageLayout(layout)));
     QCOMPARE(ep::AllocBuffer(image, image, false, &countingAllocate, &countingFree, nullptr), 0u);
     QTEST(image.stride, "stride");
-    QCOMPARE(askedBytes, size_t(bytes));
+    QCOMPARE(askedBytes, size_t(bytes) + room);
     testing::fillRandom(image, 1);
     ep::FreeBuffer(image);
     QCOMPARE(releases, 1);
@@ -131,7 +156,7 @@ void AllocBufferTest::honoursTheCallersStride()
     image.stride = stride;
     QCOMPARE(ep::AllocBuffer(image, image, false, &countingAllocate, &countingFree, nullptr), 0u);
     QCOMPARE(image.stride, stride);
-    QCOMPARE(askedBytes, size_t(bytes));
+    QCOMPARE(askedBytes, size_t(bytes) + room);
     ep::FreeBuffer(image);
 }
 
@@ -259,11 +284,41 @@ void AllocBufferTest::asksTheGivenAllocator()
 {
     SxImageBuf image = recordOf(testing::describe(ep::DataTypeUInt8, 7, 3));
     QCOMPARE(ep::AllocBuffer(image, image, true, &countingAllocate, &countingFree, nullptr), 0u);
-    QCOMPARE(askedBytes, size_t(21));
+    QCOMPARE(askedBytes, 21 + room);
     QCOMPARE(testing::sampleAt<quint8>(image, 6, 2), quint8(0));
     ep::FreeBuffer(image);
     QCOMPARE(releases, 1);
     QVERIFY(isEmpty(image));
+}
+
+void AllocBufferTest::alignsStorageOfAnyAllocator_data()
+{
+    QTest::addColumn<int>("begin");
+    QTest::addColumn<int>("offset");
+    QTest::newRow("storage on the boundary is taken as it is") << 0 << 0;
+    QTest::newRow("storage a byte past the boundary") << 1 << 63;
+    QTest::newRow("storage aligned to 8") << 8 << 56;
+    QTest::newRow("storage aligned to 16, as malloc gives it") << 16 << 48;
+    QTest::newRow("storage in the middle") << 32 << 32;
+    QTest::newRow("storage a byte before the boundary") << 63 << 1;
+}
+
+void AllocBufferTest::alignsStorageOfAnyAllocator()
+{
+    QFETCH(int, begin);
+    QFETCH(int, offset);
+    shift = size_t(begin);
+    SxImageBuf image = recordOf(testing::describe(ep::DataTypeUInt16, 7, 3));
+    QCOMPARE(ep::AllocBuffer(image, image, true, &allocateShifted, &takeBack, nullptr), 0u);
+    QCOMPARE(askedBytes, 42 + room);
+    QCOMPARE(reinterpret_cast<quintptr>(image.data) % 64, quintptr(0));
+    QCOMPARE(static_cast<char*>(image.data), given + offset);
+    // Nothing but the image is cleared.
+    QCOMPARE(QByteArray(given, int(askedBytes)),
+             QByteArray(offset, 'x') + QByteArray(42, '\0') + QByteArray(63 - offset, 'x'));
+    ep::FreeBuffer(image);
+    QCOMPARE(releases, 1);
+    QCOMPARE(takenBack, static_cast<void*>(given));
 }
 
 void AllocBufferTest::failsWhenTheAllocatorGivesNothing()
@@ -271,7 +326,7 @@ void AllocBufferTest::failsWhenTheAllocatorGivesNothing()
     SxImageBuf image = recordOf(testing::describe(ep::DataTypeUInt8, 7, 3));
     QCOMPARE(ep::AllocBuffer(image, image, true, &allocateNothing, &countingFree, nullptr),
              quint32(ep::StatusOutOfMemory));
-    QCOMPARE(askedBytes, size_t(21));
+    QCOMPARE(askedBytes, 21 + room);
     QVERIFY(isEmpty(image));
     ep::FreeBuffer(image);
     QCOMPARE(releases, 0);
@@ -314,6 +369,18 @@ void AllocBufferTest::neverFreesTheCallersOwnMemory()
     ep::FreeBuffer(image);
     QVERIFY(!image.data);
     QCOMPARE(samples[3], quint8(4));
+}
+
+// A description is often taken over by copying the whole record.
+void AllocBufferTest::freesNothingForNullData()
+{
+    const ep::CxScopedBuffer original = testing::randomImage(testing::describe(ep::DataTypeUInt8, 8, 8));
+    const ep::CxScopedBuffer before = testing::copyOf(original.image());
+    SxImageBuf copy = original.image();
+    copy.data = nullptr;
+    ep::FreeBuffer(copy);
+    QVERIFY(isEmpty(copy));
+    QVERIFY(testing::sameStorage(original.image(), before.image()));
 }
 
 void AllocBufferTest::freesTheStorageWhereverDataPoints()

@@ -11,9 +11,9 @@
 
 namespace ep {
 
-/** Gives storage of at least the asked number of bytes, or null. Must not throw. */
+/** Gives storage of at least the asked number of bytes, at any address, or null. Must not throw. */
 using AllocateFunction = void* (*)(size_t bytes);
-/** Releases storage that the matching AllocateFunction gave. */
+/** Releases storage, told by the very pointer that the matching AllocateFunction gave. */
 using FreeFunction = void (*)(void* storage);
 /** Copies @p rows rows of @p rowBytes bytes that lie @p stride bytes apart on both sides; false on failure. */
 using CopyFunction = bool (*)(void* destination, const void* source, size_t rowBytes, size_t rows, size_t stride);
@@ -30,13 +30,14 @@ using CopyFunction = bool (*)(void* destination, const void* source, size_t rowB
  * @endcode
  *
  * A stride of 0 becomes exactly the bytes of one row, so that rows are tight and a whole plane is one run of
- * memory. A stride given by the caller is honoured. Storage starts on a 64-byte boundary; from 4 MiB up
- * it is aligned to 2 MiB and advised to huge pages where the system has them.
+ * memory. A stride given by the caller is honoured. The samples start on a 64-byte boundary; from 4 MiB up the
+ * default storage is aligned to 2 MiB and advised to huge pages where the system has them.
  *
  * Memory that @p buffer held before is not released: free it first.
  *
  * @param clear     true gives zeroed storage, false storage with any content
- * @param allocate  source of the storage; null means the default
+ * @param allocate  source of the storage; null means the default. It is asked for 63 bytes more than the image takes,
+ *                  so that the samples can start on their boundary wherever the storage begins.
  * @param release   counterpart of @p allocate; null means the default. Give both or neither.
  * @param copy      how AllocAndCopyBuffer() moves rows into a like buffer; null means memcpy
  * @return ExStatus; on failure @p buffer is empty (null data, zero bookkeeping). Fails on a zero or negative
@@ -50,8 +51,9 @@ EP_EXPORT unsigned int AllocBuffer(const SxImageInfo& description, SxImageBuf& b
 
 /**
  * Releases the storage of @p buffer and leaves it empty: null data and zero bookkeeping, the description as it
- * was. Safe on an empty buffer. A record with zero bookkeeping points to the caller's own memory, of which
- * nothing is freed.
+ * was. Safe on an empty buffer: when data is null nothing is freed, whatever the other fields say, so a copied record
+ * whose data was set to null does not free the original's storage. A record with zero bookkeeping points to the
+ * caller's own memory, of which nothing is freed.
  */
 EP_EXPORT void FreeBuffer(SxImageBuf& buffer);
 

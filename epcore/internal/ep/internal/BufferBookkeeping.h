@@ -16,8 +16,8 @@ struct BufferBookkeeping {
     AllocateFunction allocate = nullptr;
     FreeFunction release = nullptr;
     CopyFunction copy = nullptr;
-    quint64 bytes = 0;     ///< size of the storage
-    void* base = nullptr;  ///< what allocate gave and release takes, even if the record's data was moved on since
+    quint64 bytes = 0;     ///< size of the image in the storage, without the room for its alignment
+    void* base = nullptr;  ///< what allocate gave and release takes; data may lie past it
 
     static BufferBookkeeping readFrom(const SxImageBuf& buffer)
     {
