@@ -44,15 +44,20 @@ private:
 };
 
 template <typename Sample, typename Step>
-void addRow(const unsigned char* row, qint32 width, Step step, LaneRange<Sample>& range)
+void addRow(const unsigned char* row, std::ptrdiff_t width, Step step, LaneRange<Sample>& range)
 {
-    constexpr qint32 lanes = LaneRange<Sample>::lanes;
-    qint32 x = 0;
-    for (; x <= width - lanes; x += lanes)
+    constexpr std::ptrdiff_t lanes = LaneRange<Sample>::lanes;
+    std::ptrdiff_t x = 0;
+    for (; x <= width - lanes; x += lanes) {
+        const unsigned char* block = row + x * step;
+        Sample samples[lanes];  // fetched apart from the comparisons, or the compiler takes the lanes one by one
+        for (std::ptrdiff_t lane = 0; lane < lanes; ++lane)
+            samples[lane] = loadSample<Sample>(block + lane * step);
         for (qint32 lane = 0; lane < lanes; ++lane)
-            range.add(lane, loadSample<Sample>(row + (x + lane) * static_cast<std::ptrdiff_t>(step)));
+            range.add(lane, samples[lane]);
+    }
     for (; x < width; ++x)
-        range.add(0, loadSample<Sample>(row + x * static_cast<std::ptrdiff_t>(step)));
+        range.add(0, loadSample<Sample>(row + x * step));
 }
 
 template <typename Sample>
