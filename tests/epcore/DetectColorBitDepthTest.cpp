@@ -20,6 +20,8 @@ private slots:
     void findsTheWidthOfTheLargestSample();
     void findsOneSampleAnywhere_data() { testing::addImageKinds(); }
     void findsOneSampleAnywhere();
+    void agreesWithTheNaiveReference_data() { testing::addImageKinds(); }
+    void agreesWithTheNaiveReference();
     void writesToTheImagesOwnField();
     void refuses_data() { testing::addUnsoundImages(); }
     void refuses();
@@ -91,6 +93,34 @@ void DetectColorBitDepthTest::findsOneSampleAnywhere()
         QCOMPARE(ep::DetectColorBitDepth(image.image(), depth), 0u);
         QCOMPARE(depth, 1);
     }
+}
+
+void DetectColorBitDepthTest::agreesWithTheNaiveReference()
+{
+    const testing::ImageKind kind = testing::currentImageKind();
+    if (!isServed(kind.type))
+        return;  // refused, see above
+    const int bytes = ep::sampleFacts(kind.type).bytes;
+    testing::forEveryShape([&](int width, int height, int padding) {
+        ep::CxScopedBuffer image = testing::randomImage(kind.describe(width, height, padding));
+        const quint32 mask = 0xffffffffu >> ((width + height) % 32);
+        quint32 largest = 0;
+        for (int c = 0; c < kind.channels; ++c)
+            for (int y = 0; y < height; ++y)
+                for (int x = 0; x < width; ++x) {
+                    quint32 sample = 0;
+                    unsigned char* const address = testing::address(image.image(), x, y, c);
+                    std::memcpy(&sample, address, size_t(bytes));  // the low bytes come first
+                    sample &= mask;
+                    std::memcpy(address, &sample, size_t(bytes));
+                    largest = std::max(largest, sample);
+                }
+        qint32 depth = -1;
+        QCOMPARE(ep::DetectColorBitDepth(image.image(), depth), 0u);
+        QVERIFY2(depth >= 1 && depth <= 8 * bytes, testing::shapeName(width, height, padding));
+        QVERIFY2(quint64(largest) < quint64(1) << depth, testing::shapeName(width, height, padding));
+        QVERIFY2(depth == 1 || largest >= 1u << (depth - 1), testing::shapeName(width, height, padding));
+    });
 }
 
 void DetectColorBitDepthTest::writesToTheImagesOwnField()

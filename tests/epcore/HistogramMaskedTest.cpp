@@ -100,7 +100,7 @@ private slots:
 void HistogramMaskedTest::countsUnderTheMask()
 {
     const testing::ImageKind kind = testing::currentImageKind();
-    testing::forEachShape(kind.type, [&](int width, int height, int padding) {
+    testing::forEveryShape([&](int width, int height, int padding) {
         constexpr int levels = 100;
         ep::CxScopedBuffer image = testing::randomImage(kind.describe(width, height, padding), 1);
         const ep::SxImageInfo maskInfo =

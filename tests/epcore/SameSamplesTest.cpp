@@ -25,22 +25,25 @@ private slots:
 void SameSamplesTest::comparesAcrossLayoutsAndStrides()
 {
     const testing::ImageKind kind = testing::currentImageKind();
-    for (const ep::ExImageLayout layout : testing::allLayouts)
-        for (const int padding : {0, 1, 8}) {
-            const ep::CxScopedBuffer a = testing::randomImage(kind.describe(13, 7, 3), 1);
-            ep::CxScopedBuffer b =
-                testing::randomImage(testing::describe(kind.type, 13, 7, kind.channels, layout, padding), 2);
-            QVERIFY(!ep::SameSamples(a.image(), b.image()));
+    testing::forEachShape(kind.type, [&](int width, int height, int padding) {
+        for (const ep::ExImageLayout layout : testing::allLayouts) {
+            const ep::CxScopedBuffer a = testing::randomImage(kind.describe(width, height, padding), 1);
+            ep::CxScopedBuffer b = testing::randomImage(
+                testing::describe(kind.type, width, height, kind.channels, layout, (padding * 3) % 7), 2);
             for (int c = 0; c < kind.channels; ++c)
-                for (int y = 0; y < 7; ++y)
-                    for (int x = 0; x < 13; ++x)
+                for (int y = 0; y < height; ++y)
+                    for (int x = 0; x < width; ++x)
                         testing::copySample(a.image(), x, y, c, b.image(), x, y, c);
             b->bitDepth = 1;  // descriptions beside the shape do not matter
             b->formatCode = 9;
             b->bayerGrid = ep::BayerGridBGGR;
-            QVERIFY(ep::SameSamples(a.image(), b.image()));
-            QVERIFY(ep::SameSamples(b.image(), a.image()));
+            QVERIFY2(ep::SameSamples(a.image(), b.image()), testing::shapeName(width, height, padding));
+            QVERIFY2(ep::SameSamples(b.image(), a.image()), testing::shapeName(width, height, padding));
+            unsigned char& last = *testing::address(b.image(), width - 1, height - 1, kind.channels - 1);
+            last = static_cast<unsigned char>(last ^ 1);
+            QVERIFY2(!ep::SameSamples(a.image(), b.image()), testing::shapeName(width, height, padding));
         }
+    });
 }
 
 void SameSamplesTest::seesEveryBit()

@@ -44,7 +44,7 @@ void SetChannelTest::setsOneChannelAndNothingElse()
     if (kind.type == ep::DataTypeComplex)
         return;  // refused, see below
     const QByteArray sample = sampleBytes(kind.type, 0x1234567890abcdef);
-    testing::forEachShape(kind.type, [&](int width, int height, int padding) {
+    testing::forEveryShape([&](int width, int height, int padding) {
         ep::CxScopedBuffer image = testing::randomImage(kind.describe(width, height, padding));
         const ep::CxScopedBuffer expected = testing::copyOf(image.image());
         const int channel = (width + height) % kind.channels;

@@ -3,12 +3,31 @@
 #include "ImageKinds.h"
 #include "UnsoundImages.h"
 
+namespace {
+
+void check(const testing::ImageKind& kind, int width, int height, int padding)
+{
+    const ep::CxScopedBuffer source = testing::randomImage(kind.describe(width, height, padding), 1);
+    ep::CxScopedBuffer turned = testing::randomImage(kind.describe(height, width, (padding * 3) % 7), 2);
+    ep::CxScopedBuffer expected = testing::copyOf(turned.image());
+    for (int c = 0; c < kind.channels; ++c)
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x)
+                testing::copySample(source.image(), x, y, c, expected.image(), y, x, c);
+    QCOMPARE(ep::Transpose(source.image(), turned.image()), 0u);
+    QVERIFY2(testing::sameStorage(turned.image(), expected.image()), testing::shapeName(width, height, padding));
+}
+
+}  // namespace
+
 class TransposeTest : public QObject {
     Q_OBJECT
 
 private slots:
     void exchangesRowsAndColumns_data() { testing::addImageKinds(); }
     void exchangesRowsAndColumns();
+    void turnsWholeTilesAndWhatIsLeft_data() { testing::addImageKinds(); }
+    void turnsWholeTilesAndWhatIsLeft();
     void turnsTwiceIntoItself();
     void refusesWhatDoesNotFit_data();
     void refusesWhatDoesNotFit();
@@ -21,17 +40,16 @@ private slots:
 void TransposeTest::exchangesRowsAndColumns()
 {
     const testing::ImageKind kind = testing::currentImageKind();
-    testing::forEachShape(kind.type, [&](int width, int height, int padding) {
-        const ep::CxScopedBuffer source = testing::randomImage(kind.describe(width, height, padding), 1);
-        ep::CxScopedBuffer turned = testing::randomImage(kind.describe(height, width, (padding * 3) % 7), 2);
-        ep::CxScopedBuffer expected = testing::copyOf(turned.image());
-        for (int c = 0; c < kind.channels; ++c)
-            for (int y = 0; y < height; ++y)
-                for (int x = 0; x < width; ++x)
-                    testing::copySample(source.image(), x, y, c, expected.image(), y, x, c);
-        QCOMPARE(ep::Transpose(source.image(), turned.image()), 0u);
-        QVERIFY2(testing::sameStorage(turned.image(), expected.image()), testing::shapeName(width, height, padding));
-    });
+    testing::forEachShape(kind.type, [&](int width, int height, int padding) { check(kind, width, height, padding); });
+}
+
+void TransposeTest::turnsWholeTilesAndWhatIsLeft()
+{
+    const testing::ImageKind kind = testing::currentImageKind();
+    for (const int width : {16, 63, 64, 65, 129})
+        for (const int height : {15, 32, 64, 130})
+            for (const int padding : {0, 1, 16})
+                check(kind, width, height, padding);
 }
 
 void TransposeTest::turnsTwiceIntoItself()

@@ -45,29 +45,48 @@ inline ImageKind currentImageKind()
     return {ep::ExImageDataType(type), ep::ExImageLayout(layout), channels};
 }
 
+/** Hands shapes to @p work(width, height, padding); the bytes of padding between rows go round with the shape. */
+template <typename Work>
+class ShapeSeries {
+public:
+    explicit ShapeSeries(Work& work) : m_work(work) {}
+    void add(int width, int height)
+    {
+        constexpr int paddings[] = {0, 1, 3, 8, 13};  // odd ones leave the samples unaligned
+        m_work(width, height, paddings[m_turn++ % 5]);
+    }
+
+private:
+    Work& m_work;
+    int m_turn = 0;
+};
+
+/** Calls @p work(width, height, padding) for every width and every height from 1 to 67. */
+template <typename Work>
+void forEveryShape(Work&& work)
+{
+    ShapeSeries<Work> series(work);
+    for (int size = 1; size <= 67; ++size)
+        for (const int other : {1, 6, 35}) {
+            series.add(size, other);
+            series.add(other, size);
+        }
+}
+
 /**
- * Calls @p work(width, height, padding) for many shapes: for one type of each sample size every width and every height
- * from 1 to 67, for the other types a few. The bytes of padding between rows go round with the shape; odd ones leave
- * the samples unaligned.
+ * For services that only move samples: every shape for one type of each sample size, and for the other types a few.
  */
 template <typename Work>
 void forEachShape(ep::ExImageDataType type, Work&& work)
 {
-    constexpr int paddings[] = {0, 1, 3, 8, 13};
-    int turn = 0;
-    const auto visit = [&](int width, int height) { work(width, height, paddings[turn++ % 5]); };
+    ShapeSeries<Work> series(work);
     for (int i = 0; i < 5; ++i) {
-        visit(7, 5);
-        visit(33, 18);
+        series.add(7, 5);
+        series.add(33, 18);
     }
-    if (type != ep::DataTypeUInt8 && type != ep::DataTypeUInt16 && type != ep::DataTypeFloat
-        && type != ep::DataTypeDouble && type != ep::DataTypeComplex)
-        return;
-    for (int size = 1; size <= 67; ++size)
-        for (const int other : {1, 6, 35}) {
-            visit(size, other);
-            visit(other, size);
-        }
+    if (type == ep::DataTypeUInt8 || type == ep::DataTypeUInt16 || type == ep::DataTypeFloat
+        || type == ep::DataTypeDouble || type == ep::DataTypeComplex)
+        forEveryShape(work);
 }
 
 /** Names a shape in the message of a failed comparison. */
