@@ -36,8 +36,9 @@ QString numberText(double value)
 
 QString numbersText(const QVector<double>& values)
 {
+    constexpr int digits = 8;
     QStringList texts;
     for (double value : values)
-        texts << numberText(value);
+        texts << QString::number(value, 'g', digits);
     return texts.join(QLatin1Char(' '));
 }

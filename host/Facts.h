@@ -29,5 +29,5 @@ void writeFacts(const Facts& facts, Output& output);
 
 /** A number as people write it, in full and without exponent where it is whole. */
 QString numberText(double value);
-/** Numbers with blanks between them. */
+/** Numbers with blanks between them, in as many digits as anybody reads. */
 QString numbersText(const QVector<double>& values);

@@ -6,6 +6,7 @@
 #include <ep/internal/CheckedSize.h>
 
 #include <QFile>
+#include <QFileInfo>
 #include <QtEndian>
 
 #include <cstring>
@@ -132,6 +133,12 @@ SxFileError checkVersion4(QFile& file)
 
 SxFileError checkMatFile(const QString& path, qint64 memoryLimit)
 {
+    const QFileInfo info(path);
+    if (info.isDir())
+        return unreadable(QStringLiteral("it is a folder, not a file"));
+    // Opening a pipe would wait for its writer.
+    if (info.exists() && !info.isFile())
+        return unreadable(QStringLiteral("it is not a regular file"));
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return unreadable(file.errorString());

@@ -1,5 +1,6 @@
 #include "CameraImages.h"
 #include "Program.h"
+#include "TiffBytes.h"
 
 #include <orn/orn_core.h>
 
@@ -8,6 +9,8 @@
 #include <QJsonArray>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <sys/stat.h>
 
 using namespace testing;
 
@@ -18,6 +21,8 @@ private slots:
     void failsWithTheFileAndTheReason_data();
     void failsWithTheFileAndTheReason();
     void failsOnAFileWithoutPermission();
+    void doesNotWaitForAPipe();
+    void refusesWhatIsTooLarge();
     void countsFailuresOfSeveralFiles_data();
     void countsFailuresOfSeveralFiles();
     void saysWhatAFileHolds_data();
@@ -108,6 +113,32 @@ void InfoCommandTest::failsOnAFileWithoutPermission()
     const ProgramRun run = runOrnWithoutPrivileges({QStringLiteral("info"), path("locked.tif")});
     QVERIFY2(run.code == 3, run.all());
     QVERIFY2(run.err.startsWith(QStringLiteral("orn: ") + path("locked.tif")), run.all());
+}
+
+void InfoCommandTest::doesNotWaitForAPipe()
+{
+    for (const char* name : {"pipe.tif", "pipe.mat", "pipe.dng"}) {
+        QCOMPARE(::mkfifo(qPrintable(path(name)), 0600), 0);
+        for (const QStringList& command :
+             {QStringList{QStringLiteral("info")}, {QStringLiteral("mat"), QStringLiteral("list")}}) {
+            const ProgramRun run = runOrn(command + QStringList{path(name)});
+            QVERIFY2(run.code == 3, run.all());
+            QVERIFY2(run.err.contains(path(name)), run.all());
+        }
+    }
+}
+
+void InfoCommandTest::refusesWhatIsTooLarge()
+{
+    constexpr quint32 side = 4000000;
+    TiffBytes file(side, side, 8, QByteArray(100, '\0'));
+    writeBytes("huge.tif", file.set(TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE).bytes());
+    const ProgramRun run = runOrn({QStringLiteral("info"), QStringLiteral("--json"), path("huge.tif")});
+    QVERIFY2(run.code == 5, run.all());
+    QVERIFY2(run.err.contains(QStringLiteral("memory limit")), run.all());
+    const QJsonObject answer = run.json()[QStringLiteral("files")].toArray().at(0).toObject();
+    QCOMPARE(answer[QStringLiteral("error")].toObject()[QStringLiteral("kind")].toString(),
+             QStringLiteral("too large"));
 }
 
 void InfoCommandTest::countsFailuresOfSeveralFiles_data()

@@ -46,6 +46,7 @@ void MatCommandTest::initTestCase()
     orn::Init();
     QVERIFY(m_files.save(QStringLiteral("capture.mat"), cameraMosaic(ep::BayerGridRGGB, 20, 12)));
     writeForeignFile("foreign.mat");
+    QVERIFY(QDir().mkdir(m_files.path("folder.mat")));
 }
 
 void MatCommandTest::listsWhatItWouldRead()
@@ -112,6 +113,7 @@ void MatCommandTest::failsWithTheFileAndTheReason_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QByteArray>("content");
     QTest::newRow("a missing file") << "missing.mat" << QByteArray();
+    QTest::newRow("a folder") << "folder.mat" << QByteArray();
     QTest::newRow("an empty file") << "empty.mat" << QByteArray("");
     QTest::newRow("a letter") << "letter.mat" << QByteArray("Dear reader, ").repeated(50);
     QTest::newRow("a file cut in its first variable") << "cut.mat" << m_files.bytes("capture.mat").left(150);
