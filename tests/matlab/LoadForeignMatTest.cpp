@@ -49,24 +49,6 @@ MatVariableBytes sparse(const char* name)
                 + matElement(testing::MatDouble, numbers<double>({3}))};
 }
 
-QByteArray swapped(QByteArray bytes, int width)
-{
-    for (int i = 0; i + width <= bytes.size(); i += width)
-        std::reverse(bytes.begin() + i, bytes.begin() + i + width);
-    return bytes;
-}
-
-/** A 1 x 2 double matrix in a file of the other byte order. */
-QByteArray otherByteOrder()
-{
-    const auto tag = [](quint32 type, quint32 bytes) { return swapped(numbers<quint32>({type, bytes}), 4); };
-    const QByteArray content =
-        tag(6, 8) + swapped(numbers<quint32>({6, 0}), 4) + tag(5, 8) + swapped(numbers<qint32>({1, 2}), 4) + tag(1, 1)
-        + QByteArray("A").leftJustified(8, '\0') + tag(9, 16) + swapped(numbers<double>({1, 2}), 8);
-    return QByteArray("MATLAB 5.0 MAT-file").leftJustified(124, ' ') + swapped(testing::matHeader().right(4), 2)
-           + tag(14, quint32(content.size())) + content;
-}
-
 }  // namespace
 
 class LoadForeignMatTest : public QObject {
@@ -258,7 +240,7 @@ void LoadForeignMatTest::storedOtherwise_data()
     row("doubles as floats", MatVariableBytes{"A", 6, 0, size, matElement(7, numbers<float>({1, 2}))}.bytes());
     row("a long name", MatVariableBytes{QByteArray(60, 'n'), 6, 0, size, matElement(2, "\1\2")}.bytes());
     row("compressed", matCompressed(MatVariableBytes{"A", 6, 0, size, matElement(2, "\1\2")}.bytes()));
-    QTest::newRow("in the other byte order") << otherByteOrder();
+    QTest::newRow("in the other byte order") << testing::otherByteOrder();
 }
 
 void LoadForeignMatTest::storedOtherwise()

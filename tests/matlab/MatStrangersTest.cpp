@@ -3,11 +3,14 @@
 #include <orn/Init.h>
 
 #include "FullMetadata.h"
+#include "OwnMat.h"
+#include "SavedMat.h"
 #include "TestImages.h"
 
 #include <ep/CxImageFormatManager.h>
 #include <ep/SameSamples.h>
 
+#include <QDomDocument>
 #include <QtTest>
 
 #include <map>
@@ -67,6 +70,7 @@ private slots:
 private:
     void runOnOurs(const char* program, const char* name, const char* script, const QStringList& folders);
     void addImage(const QString& name, const ep::SxImageInfo& info);
+    void writeTextAsItIs(const QString& name);
     QString folder(const char* name) const { return m_folder.filePath(QString::fromLatin1(name)); }
 
     QTemporaryDir m_folder;
@@ -76,6 +80,18 @@ private:
 void MatStrangersTest::addImage(const QString& name, const ep::SxImageInfo& info)
 {
     m_images.emplace(name, plainNumbers(info));
+}
+
+/** Saves an image anew with metadata that is not kept to ASCII. */
+void MatStrangersTest::writeTextAsItIs(const QString& name)
+{
+    const QString path = folder("ours/%1.mat").arg(name);
+    QDomDocument document;
+    QVERIFY(document.setContent(testing::SavedMat(path).text(QStringLiteral("ep_image_metadata"))));
+    const QString xml = document.toString(-1);
+    QVERIFY(xml.toUtf8().size() > xml.size() + 10);
+    testing::MatWriter file(path);
+    QVERIFY(file.add(m_images.at(name).image(), true) && file.addMetadata(xml));
 }
 
 void MatStrangersTest::initTestCase()
@@ -92,6 +108,8 @@ void MatStrangersTest::initTestCase()
         mosaic.bayerGrid = ep::BayerGridGBRG;
         addImage(name + QStringLiteral(" mosaic"), mosaic);
     }
+    const QString nonAscii = QStringLiteral("text as it is");
+    addImage(nonAscii, testing::describe(ep::DataTypeUInt16, 7, 5, 3, ep::LayoutPlanar));
     addImage(QStringLiteral("one row"), testing::describe(ep::DataTypeUInt16, 9, 1));
     addImage(QStringLiteral("one column"), testing::describe(ep::DataTypeUInt16, 1, 9));
     addImage(QStringLiteral("one sample"), testing::describe(ep::DataTypeDouble, 1, 1));
@@ -103,6 +121,7 @@ void MatStrangersTest::initTestCase()
                                           nullptr, false, QString(), &error),
                  qPrintable(error.reason));
     }
+    writeTextAsItIs(nonAscii);
     runOnOurs(ORN_PYTHON, "judge.py", sciPy, {folder("scipy plain"), folder("scipy compressed")});
     runOnOurs(ORN_OCTAVE, "judge.m", octave, {folder("octave v6"), folder("octave v7")});
 }

@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QString>
 
+#include <algorithm>
 #include <initializer_list>
 
 namespace testing {
@@ -76,6 +77,25 @@ inline QByteArray matHeader()
 {
     return QByteArray("MATLAB 5.0 MAT-file").leftJustified(116, ' ') + QByteArray(8, ' ')
            + numbers<quint16>({0x0100, 0x4d49});
+}
+
+/** Each @p width bytes the other way round. */
+inline QByteArray swapped(QByteArray bytes, int width)
+{
+    for (int i = 0; i + width <= bytes.size(); i += width)
+        std::reverse(bytes.begin() + i, bytes.begin() + i + width);
+    return bytes;
+}
+
+/** The numbers 1 and 2 as a 1 x 2 double matrix in a file of the other byte order. */
+inline QByteArray otherByteOrder()
+{
+    const auto tag = [](quint32 type, quint32 bytes) { return swapped(numbers<quint32>({type, bytes}), 4); };
+    const QByteArray content =
+        tag(6, 8) + swapped(numbers<quint32>({6, 0}), 4) + tag(5, 8) + swapped(numbers<qint32>({1, 2}), 4) + tag(1, 1)
+        + QByteArray("A").leftJustified(8, '\0') + tag(9, 16) + swapped(numbers<double>({1, 2}), 8);
+    return QByteArray("MATLAB 5.0 MAT-file").leftJustified(124, ' ') + swapped(matHeader().right(4), 2)
+           + tag(14, quint32(content.size())) + content;
 }
 
 /** Makes @p bytes the content of the file @p path. */
