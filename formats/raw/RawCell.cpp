@@ -14,8 +14,6 @@ using ColorAt = std::function<QChar(int row, int column)>;
 
 constexpr int mostPeriod = 16;
 constexpr int searchedSide = 3 * mostPeriod;
-// LibRaw's marks in place of a pattern.
-constexpr unsigned xTransFilters = 9;
 
 RawCell unknownCell()
 {
@@ -60,15 +58,7 @@ RawCell findCell(const ColorAt& colorAt)
     return isFound ? makeCell(width, height, colorAt) : unknownCell();
 }
 
-/** True when LibRaw's own form of patterns holds such a cell; it misreads others. */
-bool isHeldByLibRaw(const RawDirectory& directory)
-{
-    const quint32 height = directory.cellHeight;
-    return (directory.cellWidth == 2 && (height == 1 || height == 2 || height == 4 || height == 8))
-           || (directory.cellWidth == 6 && height == 6);
-}
-
-/** The cell that the tags tell, for those that LibRaw misreads. */
+/** The cell that the tags tell; LibRaw misreads some. */
 RawCell cellOfTags(const RawDirectory& directory)
 {
     const int width = static_cast<int>(directory.cellWidth);
@@ -92,15 +82,15 @@ RawCell findRawCell(const RawFile& file)
         // Without a pattern LibRaw assumes one.
         const RawDirectory& directory = *file.tags().mosaic();
         const quint32 side = mostPeriod;
-        if (directory.cellWidth == 0 || directory.cellWidth > side || directory.cellHeight > side
+        if (directory.isStaggered || directory.pattern.isEmpty() || directory.cellWidth > side
+            || directory.cellHeight > side
             || directory.cellWidth * directory.cellHeight != quint32(directory.pattern.size()))
             return unknownCell();
-        if (!isHeldByLibRaw(directory))
-            return cellOfTags(directory);
+        return cellOfTags(directory);
     }
     if (identity.filters == 0)
         return RawCell();
-    return identity.filters == xTransFilters ? makeCell(6, 6, colorAt) : findCell(colorAt);
+    return identity.filters == LIBRAW_XTRANS ? makeCell(6, 6, colorAt) : findCell(colorAt);
 }
 
 }  // namespace raw

@@ -34,6 +34,8 @@ bool failByCode(SxFileError& error, int code)
     case LIBRAW_FILE_UNSUPPORTED: return fail(error, ExFileError::Unsupported, reason);
     case LIBRAW_TOO_BIG:
     case LIBRAW_UNSUFFICIENT_MEMORY: return fail(error, ExFileError::TooLarge, reason);
+    case LIBRAW_IO_ERROR:
+        return fail(error, ExFileError::Unreadable, QStringLiteral("the file is damaged or ends too early"));
     default: return fail(error, ExFileError::Unreadable, reason);
     }
 }
@@ -57,7 +59,7 @@ void ignoreDataError(void*, const char*, int) {}
 
 }  // namespace
 
-RawFile::RawFile() : m_decoder(std::make_unique<LibRaw>()) {}
+RawFile::RawFile() : m_decoder(std::make_unique<LibRaw>()), m_tags(m_decoder->imgdata.idata) {}
 
 RawFile::~RawFile() = default;
 
@@ -155,6 +157,10 @@ QByteArray RawFile::xmp() const
 QRect RawFile::visibleArea() const
 {
     const libraw_image_sizes_t& sizes = data().sizes;
+    // LibRaw gives up a row or a column where the area begins at an odd place, and turns its pattern, but no levels.
+    const RawDirectory* directory = data().idata.dng_version != 0 ? m_tags.mosaic() : nullptr;
+    if (directory && QRect(0, 0, sizes.raw_width, sizes.raw_height).contains(directory->activeArea))
+        return directory->activeArea;
     const auto* internals = m_decoder->get_internal_data_pointer();
     const int turnedWidth = internals->internal_output_params.fuji_width;
     if (turnedWidth == 0)
@@ -163,6 +169,15 @@ QRect RawFile::visibleArea() const
     return QRect(sizes.left_margin, sizes.top_margin,
                  internals->unpacker_data.fuji_layout ? turnedWidth : turnedWidth * 2,
                  sizes.raw_height - 2 * sizes.top_margin);
+}
+
+int RawFile::color(int row, int column) const
+{
+    // LibRaw counts from its own margins on; whole periods of any pattern keep the place positive.
+    constexpr int periods = 48;
+    const QPoint corner = visibleArea().topLeft();
+    return m_decoder->COLOR(row + corner.y() - data().sizes.top_margin + periods,
+                            column + corner.x() - data().sizes.left_margin + periods);
 }
 
 }  // namespace raw

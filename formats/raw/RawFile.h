@@ -43,7 +43,7 @@ public:
     /** The part of the sensor that belongs to the picture, in samples of the stored sensor area. */
     QRect visibleArea() const;
     /** The colour at a place of the visible area, as an index into LibRaw's colour names. */
-    int color(int row, int column) const { return m_decoder->COLOR(row, column); }
+    int color(int row, int column) const;
 
 private:
     bool identify(const QString& path, qint64 memoryLimit, SxFileError& error);
@@ -51,8 +51,8 @@ private:
     bool checkSize(qint64 fileBytes, qint64 memoryLimit, SxFileError& error) const;
     bool decode(SxFileError& error);
 
-    RawTags m_tags;
     std::unique_ptr<LibRaw> m_decoder;
+    RawTags m_tags;
 };
 
 }  // namespace raw

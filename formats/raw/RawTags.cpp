@@ -1,7 +1,5 @@
 #include "RawTags.h"
 
-#include <libraw/libraw.h>
-
 #include <algorithm>
 
 namespace ep {
@@ -9,6 +7,8 @@ namespace raw {
 namespace {
 
 enum Tag {
+    TagWidth = 256,
+    TagHeight = 257,
     TagCompression = 259,
     TagPhotometric = 262,
     TagStripOffsets = 273,
@@ -21,11 +21,14 @@ enum Tag {
     TagCfaRepeatPatternDim = 33421,
     TagCfaPattern = 33422,
     TagDateTimeOriginal = 36867,
-    TagOffsetTimeOriginal = 36881
+    TagOffsetTimeOriginal = 36881,
+    TagCfaLayout = 50711,
+    TagActiveArea = 50829
 };
 
 enum Type { TypeByte = 1, TypeAscii = 2, TypeShort = 3, TypeLong = 4, TypeUndefined = 7 };
 
+constexpr int xTransPlaces = 36;
 constexpr quint32 photometricCfa = 32803;
 constexpr int mostValues = 1 << 20;
 constexpr unsigned int intelOrder = 0x4949;
@@ -65,6 +68,10 @@ void noteCell(RawDirectory& directory, int tag, const QVector<quint32>& numbers)
         directory.cellHeight = numbers[0];
         directory.cellWidth = numbers[1];
     }
+    if (tag == TagCfaLayout && !numbers.isEmpty()) {
+        constexpr quint32 rectangular = 1;
+        directory.isStaggered = numbers[0] != rectangular;
+    }
     if (tag == TagCfaPattern) {
         directory.pattern.clear();
         for (const quint32 number : numbers)
@@ -72,10 +79,23 @@ void noteCell(RawDirectory& directory, int tag, const QVector<quint32>& numbers)
     }
 }
 
+QRect areaOf(const QVector<quint32>& sides)
+{
+    constexpr quint32 most = 0xffff;
+    const bool isSound = sides.size() == 4 && *std::max_element(sides.cbegin(), sides.cend()) <= most
+                         && sides[0] < sides[2] && sides[1] < sides[3];
+    // Top, left, bottom, right; the last two lie outside.
+    return isSound ? QRect(QPoint(int(sides[1]), int(sides[0])), QPoint(int(sides[3]) - 1, int(sides[2]) - 1))
+                   : QRect();
+}
+
 void noteStorage(RawDirectory& directory, int tag, const QVector<quint32>& numbers)
 {
     const quint32 first = numbers.isEmpty() ? 0 : numbers[0];
     switch (tag) {
+    case TagWidth: directory.width = first; break;
+    case TagHeight: directory.height = first; break;
+    case TagActiveArea: directory.activeArea = areaOf(numbers); break;
     case TagCompression: directory.compression = first; break;
     case TagPhotometric: directory.isMosaic = first == photometricCfa; break;
     case TagSampleFormat: directory.sampleFormat = first; break;
@@ -94,6 +114,9 @@ void noteStorage(RawDirectory& directory, int tag, const QVector<quint32>& numbe
 void RawTags::note(void* self, int tag, int type, int count, unsigned int order, void* stream, long long)
 {
     auto* tags = static_cast<RawTags*>(self);
+    // LibRaw 0.20 runs past all bounds on a pattern of this length, unless it knows the cell already.
+    if ((tag & 0xffff) == TagCfaPattern && count == xTransPlaces && tags->m_identity.filters != LIBRAW_XTRANS)
+        throw LIBRAW_EXCEPTION_IO_CORRUPT;
     // LibRaw puts the number of the directory, from 1 on, above the tag, and between them what is neither TIFF nor
     // Exif: makers' notes and the like.
     const int directory = tag >> 20;
@@ -104,10 +127,14 @@ void RawTags::note(void* self, int tag, int type, int count, unsigned int order,
     case TagDateTimeOriginal: tags->m_captureTime = readBytes(stream, std::min(count, 32)); break;
     case TagOffsetTimeOriginal: tags->m_captureTimeOffset = readBytes(stream, std::min(count, 16)); break;
     case TagCfaPattern:
+    case TagCfaLayout:
     case TagCfaRepeatPatternDim:
         noteCell(tags->m_directories[directory], code,
                  readNumbers(stream, type == TypeUndefined ? int(TypeByte) : type, count, order));
         break;
+    case TagWidth:
+    case TagHeight:
+    case TagActiveArea:
     case TagCompression:
     case TagPhotometric:
     case TagSampleFormat:
@@ -125,9 +152,13 @@ void RawTags::note(void* self, int tag, int type, int count, unsigned int order,
 
 const RawDirectory* RawTags::mosaic() const
 {
-    const auto found =
-        std::find_if(m_directories.begin(), m_directories.end(), [](const RawDirectory& d) { return d.isMosaic; });
-    return found == m_directories.end() ? nullptr : &found.value();
+    const RawDirectory* largest = nullptr;
+    for (const RawDirectory& directory : m_directories) {
+        const quint64 samples = quint64(directory.width) * directory.height;
+        if (directory.isMosaic && (!largest || samples > quint64(largest->width) * largest->height))
+            largest = &directory;
+    }
+    return largest;
 }
 
 bool RawTags::isTruncated(qint64 fileBytes) const

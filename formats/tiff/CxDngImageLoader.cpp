@@ -18,15 +18,24 @@ namespace ep {
 namespace tiff {
 namespace {
 
-/** Makes the first directory that holds a mosaic the current one. */
-bool selectMosaic(TiffFile& file, const QString& path)
+/** Makes the first directory that holds a mosaic the current one; false, with the reason in @p error, when there is
+ * none. */
+bool selectMosaic(TiffFile& file, const QString& path, SxFileError& error)
 {
-    for (const quint64 offset : tiffPageOffsets(path)) {
+    const QVector<quint64> offsets = file ? tiffPageOffsets(path) : QVector<quint64>();
+    if (offsets.isEmpty())
+        error = {ExFileError::Unreadable, file.problemOr(QStringLiteral("it is not a DNG file"))};
+    for (const quint64 offset : offsets) {
         uint16_t photometric = 0;
-        if (TIFFSetSubDirectory(file.handle(), offset) == 1 && file.get(TIFFTAG_PHOTOMETRIC, &photometric)
-            && photometric == PHOTOMETRIC_CFA)
+        if (TIFFSetSubDirectory(file.handle(), offset) != 1) {
+            error = {ExFileError::Unreadable, file.problemOr(QStringLiteral("a directory is damaged"))};
+            return false;
+        }
+        if (file.get(TIFFTAG_PHOTOMETRIC, &photometric) && photometric == PHOTOMETRIC_CFA)
             return true;
     }
+    if (!error)
+        error = {ExFileError::Unsupported, QStringLiteral("it holds no mosaic in a main directory")};
     return false;
 }
 
@@ -107,11 +116,7 @@ bool CxDngImageLoader::open()
     setError(ExFileError::None);
     TiffFile file = TiffFile::openForReading(m_fileName, memoryLimit());
     SxFileError error;
-    if (!file)
-        error = {ExFileError::Unreadable, file.problemOr(QStringLiteral("it is not a DNG file"))};
-    else if (!selectMosaic(file, m_fileName))
-        error = {ExFileError::Unsupported, QStringLiteral("it holds no mosaic in a main directory")};
-    else
+    if (selectMosaic(file, m_fileName, error))
         m_data = read(file, m_fileName, memoryLimit(), error);
     setError(error.kind, error.reason);
     return isOpen();

@@ -110,6 +110,7 @@ QByteArray readXmp(const TiffFile& file)
 CxMetadata readDngMetadata(TiffFile& file, const TiffPage& page)
 {
     const BlackLevels black = readBlackLevels(file);
+    const QRect area = readActiveArea(file, page);
     const QVector<double> balance = readWhiteBalance(file);
     const QVector<double> matrix = readFloats(file, TIFFTAG_COLORMATRIX1);
     uint16_t count = 0;
@@ -118,6 +119,10 @@ CxMetadata readDngMetadata(TiffFile& file, const TiffPage& page)
 
     CxMetadata metadata = readTiffMetadata(file, page);
     auto* common = qobject_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
+    common->sensorWidth = page.image.width;
+    common->sensorHeight = page.image.height;
+    common->leftMargin = area.left();
+    common->topMargin = area.top();
     common->blackLevels = planeLevels(black, *common);
     common->whiteLevel = whiteLevel;
     common->whiteBalance = balance;
