@@ -8,6 +8,7 @@
 #include <ep/CxScopedBuffer.h>
 #include <ep/ExStatus.h>
 #include <ep/IxImageDataSaver.h>
+#include <ep/internal/DefaultMemoryLimit.h>
 #include <ep/internal/ImageCheck.h>
 
 #include "CommonMetadataItem.h"
@@ -80,14 +81,14 @@ SxFileError withTrueReason(const SxFileError& error, const QString& written, qin
     return error;
 }
 
-/** The memory limit of the proof: an image that the caller holds may be read, whatever is refused from strangers. */
+/** The memory limit of the proof: an image that the caller holds may be read, however little strangers are granted. */
 qint64 proofLimit(const SxWriteRequest& request)
 {
     constexpr qint64 most = std::numeric_limits<qint64>::max();
     constexpr qint64 planesAndMosaic = 2;
     const internal::CheckedSize bytes =
         internal::rowBytes(*request.image) * internal::storedRows(*request.image).value();
-    const qint64 limit = std::max(request.memoryLimit, bytes.value());
+    const qint64 limit = std::max({request.memoryLimit, internal::defaultMemoryLimit(), bytes.value()});
     return limit > most / planesAndMosaic ? most : limit * planesAndMosaic;
 }
 

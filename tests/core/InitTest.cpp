@@ -68,6 +68,9 @@ void InitTest::exactlyFiveClassesAreAdded()
     QCOMPARE(added.size(), expected.size());
     for (const Entry& entry : expected)
         QVERIFY2(added.contains(entry), entry.second->className());
+    const QList<QString> interfaces = ep::CxRtti::instance()->interfaces();
+    QVERIFY(interfaces.indexOf(QStringLiteral("IxImageDataLoader"))
+            < interfaces.indexOf(QStringLiteral("IxImageDataSaver")));
 }
 
 void InitTest::aSecondInitAddsNothing()

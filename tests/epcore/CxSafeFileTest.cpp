@@ -279,6 +279,26 @@ private slots:
         open.clear();
         QCOMPARE(read(disk.filePath("photo")), QByteArray("old"));
     }
+
+    // Last, for it is how a program ends.
+    void abandonedFilesAreGoneForGood()
+    {
+        write(path(QStringLiteral("photo")), "old");
+        SxFileError error;
+        CxSafeFile first(path(QStringLiteral("photo")));
+        CxSafeFile second(path(QStringLiteral("other")));
+        QVERIFY(first.create(error));
+        QVERIFY(second.create(error));
+        CxSafeFile::abandonAll();
+        QCOMPARE(entries(), QStringList{QStringLiteral("photo")});
+        QVERIFY(!first.commit(false, error));
+        QVERIFY(!first.create(error));
+        QCOMPARE(error.reason, QStringLiteral("the program is ending"));
+        CxSafeFile late(path(QStringLiteral("late")));
+        QVERIFY(!late.create(error));
+        QCOMPARE(read(path(QStringLiteral("photo"))), QByteArray("old"));
+        QCOMPARE(entries(), QStringList{QStringLiteral("photo")});
+    }
 };
 
 QTEST_GUILESS_MAIN(CxSafeFileTest)

@@ -75,6 +75,7 @@ private slots:
     void otherCountsStayAsTheyAre_data();
     void otherCountsStayAsTheyAre();
     void anEarlierImageIsReplaced();
+    void planesPastTheMemoryLimitLeaveTheEarlierImage();
 
 private:
     ImageData load(const ep::SxImageBuf& planes, bool byColor, const QString& prefix = QStringLiteral("PIG"));
@@ -211,6 +212,25 @@ void CxMatlabImageLoaderEntropyTest::anEarlierImageIsReplaced()
     const ImageData data(loader.imageData(0));
     QCOMPARE(data->image().width, 3);
     QCOMPARE(data->image().channels, 3);
+}
+
+void CxMatlabImageLoaderEntropyTest::planesPastTheMemoryLimitLeaveTheEarlierImage()
+{
+    const QString large = m_folder.filePath(QStringLiteral("large.mat"));
+    const QString small = m_folder.filePath(QStringLiteral("small.mat"));
+    QVERIFY(save(large, QStringLiteral("PIG"), numberedPlanes(50, 40, 4).image(), true));
+    QVERIFY(save(small, QStringLiteral("PDG"), numberedPlanes(3, 2, 3).image(), false));
+    orn::matlab::CxMatlabImageLoader loader;
+    loader.setMemoryLimit(50 * 40 * 4 * 8 - 1);
+    loader.setFileName(large);
+    QCOMPARE(loader.open(), true);
+    QVERIFY(!loader.isOpen());
+    QVERIFY(loader.lastError().kind == ep::ExFileError::TooLarge);
+    loader.setFileName(small);
+    QVERIFY(loader.open() && loader.isOpen());
+    loader.setFileName(large);
+    QCOMPARE(loader.open(), true);
+    QCOMPARE(ImageData(loader.imageData(0))->image().width, 3);
 }
 
 QTEST_GUILESS_MAIN(CxMatlabImageLoaderEntropyTest)

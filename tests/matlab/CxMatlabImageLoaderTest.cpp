@@ -52,9 +52,11 @@ private slots:
     void answersOfAStill();
     void aMissingFileIsNotOpened();
     void aFailedOpenKeepsTheEarlierImage();
+    void aFileWithoutAMatrixIsOpenWithoutAnImage_data();
     void aFileWithoutAMatrixIsOpenWithoutAnImage();
     void failuresSayWhy_data();
     void failuresSayWhy();
+    void aPlanarImageIsHandedOverAsItIs_data();
     void aPlanarImageIsHandedOverAsItIs();
     void copiesBelongToTheCaller();
     void setFileNameDoesNotReload();
@@ -139,12 +141,26 @@ void CxMatlabImageLoaderTest::aFailedOpenKeepsTheEarlierImage()
     QVERIFY(!loader.lastError());
 }
 
+void CxMatlabImageLoaderTest::aFileWithoutAMatrixIsOpenWithoutAnImage_data()
+{
+    QTest::addColumn<bool>("wasOpen");
+    QTest::newRow("of a new loader") << false;
+    QTest::newRow("of a loader that held an image, which is gone then") << true;
+}
+
 void CxMatlabImageLoaderTest::aFileWithoutAMatrixIsOpenWithoutAnImage()
 {
+    QFETCH(bool, wasOpen);
     const QString file = path("text.mat");
     QVERIFY(makeMat(
         file, [](void* mat) { return orn::matlab::AddVar(mat, QStringLiteral("only text"), QStringLiteral("note")); }));
     CxMatlabImageLoader loader;
+    if (wasOpen) {
+        QVERIFY(saveMat(path("before.mat"), testing::randomImage(testing::describe(ep::DataTypeUInt8, 3, 2))));
+        loader.setFileName(path("before.mat"));
+        QVERIFY(loader.open());
+        QVERIFY(ImageData(loader.imageData(0)));
+    }
     loader.setFileName(file);
     QCOMPARE(loader.open(), true);
     QVERIFY(loader.isOpen());
@@ -185,9 +201,18 @@ void CxMatlabImageLoaderTest::failuresSayWhy()
     QCOMPARE(loader.isOpen(), !failed);
 }
 
+void CxMatlabImageLoaderTest::aPlanarImageIsHandedOverAsItIs_data()
+{
+    QTest::addColumn<int>("channels");
+    QTest::newRow("one plane") << 1;
+    QTest::newRow("three planes, which would be packed were they entropies") << 3;
+    QTest::newRow("four planes, which would be a mosaic were they entropies") << 4;
+}
+
 void CxMatlabImageLoaderTest::aPlanarImageIsHandedOverAsItIs()
 {
-    const ep::SxImageInfo info = testing::describe(ep::DataTypeDouble, 6, 4, 3, ep::LayoutPlanar);
+    QFETCH(int, channels);
+    const ep::SxImageInfo info = testing::describe(ep::DataTypeDouble, 6, 4, channels, ep::LayoutPlanar);
     const ep::CxScopedBuffer image = testing::randomImage(info);
     QVERIFY(saveMat(path("planar.mat"), testing::randomImage(info)));
     CxMatlabImageLoader loader;
@@ -196,7 +221,7 @@ void CxMatlabImageLoaderTest::aPlanarImageIsHandedOverAsItIs()
     const ImageData data(loader.imageData(0));
     QVERIFY(data);
     QVERIFY(data->image().layout == ep::LayoutPlanar);
-    QCOMPARE(data->image().channels, 3);
+    QCOMPARE(data->image().channels, channels);
     QVERIFY(ep::SameSamples(data->image(), image.image()));
 }
 

@@ -45,6 +45,7 @@ private slots:
     void optionsAreReplacedNotMerged();
     void theMetadataIsCompleted();
     void itemsThatAreThereAreUpdatedInPlace();
+    void ofSeveralItemsTheFirstIsUpdated();
     void theDataObjectIsNotChanged();
     void savingTwiceRecreatesTheFile();
 
@@ -268,6 +269,29 @@ void CxMatlabImageSaverTest::itemsThatAreThereAreUpdatedInPlace()
     QCOMPARE(readCommon->patternWidth, 0);
     QCOMPARE(readCommon->patternHeight, 0);
     QCOMPARE(readCommon->cameraMake, QStringLiteral("Größe 相機 📷"));
+}
+
+void CxMatlabImageSaverTest::ofSeveralItemsTheFirstIsUpdated()
+{
+    ep::CxMetadata metadata;
+    for (int i = 0; i < 2; ++i) {
+        metadata.addMetadata(new CxMatlabImageMetadata);
+        metadata.addMetadata(new ep::CxCommonImageMetadata);
+    }
+    ep::CxImageData data;
+    data.setImageShallow(testing::randomImage(testing::describe(ep::DataTypeUInt8, 3, 2, 2, ep::LayoutPlanar)).take(),
+                         0, 0, QDateTime());
+    data.setMetadata(std::move(metadata));
+    CxMatlabImageSaver saver;
+    saver.setFileName(path("several.mat"));
+    QVERIFY(saver.saveImage(&data));
+
+    const ep::CxMetadata read = testing::SavedMat(path("several.mat")).metadata();
+    QCOMPARE(read.items().size(), 4);
+    QCOMPARE(qobject_cast<const CxMatlabImageMetadata*>(read.items().at(0))->savedChannels, 2);
+    QCOMPARE(qobject_cast<const ep::CxCommonImageMetadata*>(read.items().at(1))->layout, 1);
+    QCOMPARE(qobject_cast<const CxMatlabImageMetadata*>(read.items().at(2))->savedChannels, 0);
+    QCOMPARE(qobject_cast<const ep::CxCommonImageMetadata*>(read.items().at(3))->layout, 0);
 }
 
 void CxMatlabImageSaverTest::theDataObjectIsNotChanged()

@@ -159,6 +159,9 @@ void CxMatlabMetadataLoaderTest::numberText_data()
     QTest::newRow("one more than the largest is no number") << QStringLiteral("2147483648") << 0;
     QTest::newRow("leading zeros are decimal") << QStringLiteral("010") << 10;
     QTest::newRow("hexadecimal is no number") << QStringLiteral("0x10") << 0;
+    QTest::newRow("white space around a number is passed over") << QStringLiteral(" 3\n") << 3;
+    QTest::newRow("white space within is no number") << QStringLiteral("1 2") << 0;
+    QTest::newRow("an empty sign is no number") << QStringLiteral("-") << 0;
     QTest::newRow("a fraction is no number") << QStringLiteral("3.5") << 0;
     QTest::newRow("a word is no number") << QStringLiteral("three") << 0;
     QTest::newRow("a number with a unit is no number") << QStringLiteral("3 channels") << 0;
