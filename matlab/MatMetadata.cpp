@@ -2,6 +2,8 @@
 
 #include "MatNames.h"
 
+#include <algorithm>
+
 namespace orn {
 namespace matlab {
 
@@ -14,8 +16,10 @@ MatEntry* findMetadata(MatDirectory& directory)
 
 bool readMetadata(MatDirectory& directory, MatEntry& entry, qint64 limit, ep::CxMetadata& metadata)
 {
+    // The limit is meant for images. Without its metadata one would come with its rows reversed and its mosaic split.
+    constexpr qint64 alwaysGranted = 16 * 1024 * 1024;
     QString xml;
-    return directory.readText(entry, limit, xml) && metadata.loadFromXml(xml);
+    return directory.readText(entry, std::max(limit, alwaysGranted), xml) && metadata.loadFromXml(xml);
 }
 
 }  // namespace matlab

@@ -56,6 +56,7 @@ private slots:
     void aFileWithoutAMatrixIsOpenWithoutAnImage();
     void failuresSayWhy_data();
     void failuresSayWhy();
+    void theMemoryLimitIsForTheImageAlone();
     void aPlanarImageIsHandedOverAsItIs_data();
     void aPlanarImageIsHandedOverAsItIs();
     void copiesBelongToTheCaller();
@@ -199,6 +200,21 @@ void CxMatlabImageLoaderTest::failuresSayWhy()
     const bool failed = kind != int(ep::ExFileError::None);
     QCOMPARE(loader.lastError().reason.isEmpty(), !failed);
     QCOMPARE(loader.isOpen(), !failed);
+}
+
+// Less than the text of the metadata takes, without which the rows would be reversed.
+void CxMatlabImageLoaderTest::theMemoryLimitIsForTheImageAlone()
+{
+    const ep::SxImageInfo info = testing::describe(ep::DataTypeUInt8, 3, 2);
+    QVERIFY(saveMat(path("tiny.mat"), testing::randomImage(info)));
+    CxMatlabImageLoader loader;
+    loader.setFileName(path("tiny.mat"));
+    loader.setMemoryLimit(3 * 2);
+    QVERIFY(loader.open());
+    const ImageData data(loader.imageData(0));
+    QVERIFY(data);
+    QVERIFY(ep::SameSamples(data->image(), testing::randomImage(info).image()));
+    QVERIFY(!data->metadata().isEmpty());
 }
 
 void CxMatlabImageLoaderTest::aPlanarImageIsHandedOverAsItIs_data()
