@@ -27,6 +27,18 @@ QByteArray dngBytes(const QString& compression)
     return saveDng(path, *capture(ep::BayerGridRGGB, 60, 50), compression) ? QByteArray() : readFile(path);
 }
 
+/** True when the samples of @p image, which may be floats, are those of the 16-bit mosaic @p expected. */
+bool sameNumbers(const ep::SxImageBuf& image, const ep::SxImageBuf& expected)
+{
+    if (image.dataType != ep::DataTypeFloat)
+        return ep::SameSamples(image, expected);
+    bool isSame = image.width == expected.width && image.height == expected.height;
+    for (int y = 0; isSame && y < expected.height; ++y)
+        for (int x = 0; isSame && x < expected.width; ++x)
+            isSame = sampleAt<float>(image, x, y) == float(sampleAt<quint16>(expected, x, y));
+    return isSame;
+}
+
 }  // namespace
 
 class RawDamageTest : public QObject {
@@ -91,7 +103,7 @@ private slots:
             QTest::newRow(qPrintable(compression)) << compression;
     }
 
-    // Only the end of the last tag's value can go without harm to the samples.
+    // Only the end of the tags can go without harm to the samples. Deflated ones stay floats without the packet.
     void cutFilesAreRefused()
     {
         QFETCH(QString, compression);
@@ -102,7 +114,7 @@ private slots:
         for (int length = 0; length < whole.size(); length += length < 64 ? 1 : 61) {
             QVERIFY(writeFile(path(), whole.left(length)));
             const LoadedFrame frame = loadFrame(loader.toLatin1().constData(), path());
-            QVERIFY(frame.data ? ep::SameSamples(frame.image(), complete->image())
+            QVERIFY(frame.data ? sameNumbers(frame.image(), complete->image())
                                : !frame.loader->lastError().reason.isEmpty());
         }
     }
