@@ -42,13 +42,24 @@ inline QByteArray matElement(quint32 type, const QByteArray& data)
     return numbers<quint32>({type, quint32(data.size())}) + data + QByteArray((8 - data.size() % 8) % 8, '\0');
 }
 
+// The lists stand in functions: as initial values of members, optimising compilers take them for dangling.
+inline QByteArray twoByThree()
+{
+    return numbers<qint32>({2, 3});
+}
+
+inline QByteArray oneToSix()
+{
+    return matElement(MatDouble, numbers<double>({1, 2, 3, 4, 5, 6}));
+}
+
 /** One variable, as a plain value to be spoiled at will. The header's parts stand in the order of the file. */
 struct MatVariableBytes {
     QByteArray name = "A";
     quint32 matClass = 6;  ///< a double array
     quint32 flags = 0;     ///< 0x0800 complex, 0x0200 logical
-    QByteArray dimensions = numbers<qint32>({2, 3});
-    QByteArray data = matElement(MatDouble, numbers<double>({1, 2, 3, 4, 5, 6}));
+    QByteArray dimensions = twoByThree();
+    QByteArray data = oneToSix();
 
     /** Class, dimensions, name and data without the tag of the whole. */
     QByteArray content() const
