@@ -67,12 +67,9 @@ bool readEntropyPlanes(MatDirectory& directory, const QString& prefix, qint64 li
     loaded->layout = names.size() > 1 ? ep::LayoutPlanar : ep::LayoutPacked;
     if (!allocateImage(first, ep::DataTypeDouble, limit, loaded, error))
         return false;
-    for (int i = 0; i < names.size(); ++i) {
-        const MatVarHandle variable = directory.read(*directory.find(names[i]), limit, error);
-        if (!variable)
+    for (int i = 0; i < names.size(); ++i)
+        if (!readIntoPlane(directory, *directory.find(names[i]), limit, loaded.image(), i, error))
             return false;
-        copyIntoPlane(*variable, loaded.image(), i);
-    }
     ep::FreeBuffer(image);
     image = loaded.take();
     return true;

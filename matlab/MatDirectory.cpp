@@ -121,6 +121,25 @@ MatVarHandle MatDirectory::read(MatEntry& entry, qint64 limit, ep::SxFileError& 
     return variable;
 }
 
+bool MatDirectory::hasPieces(const MatEntry& entry) const
+{
+    // Elements are counted in an int by matio.
+    return entry.info && entry.info->compression == MAT_COMPRESSION_NONE && Mat_GetVersion(m_mat.get()) == MAT_FT_MAT5
+           && isDenseNumeric(entry.matClass) && !entry.isComplex && entry.elements() >= 0
+           && entry.elements() <= std::numeric_limits<int>::max();
+}
+
+bool MatDirectory::readPiece(MatEntry& entry, qint64 first, qint64 count, void* target, ep::SxFileError& error)
+{
+    constexpr int oneAfterAnother = 1;
+    if (Mat_VarReadDataLinear(m_mat.get(), entry.info.get(), target, static_cast<int>(first), oneAfterAnother,
+                              static_cast<int>(count))
+        == 0)
+        return true;
+    error = {ep::ExFileError::Unreadable, QStringLiteral("the data of a variable cannot be read")};
+    return false;
+}
+
 bool MatDirectory::readText(MatEntry& entry, qint64 limit, QString& text)
 {
     constexpr qint64 longestCharacter = 4;

@@ -66,6 +66,16 @@ public:
      */
     MatVarHandle read(MatEntry& entry, qint64 limit, ep::SxFileError& error);
     /**
+     * True when @p entry is an array of real numbers in an uncompressed version 5 file: any piece of it can be read at
+     * the cost of that piece.
+     */
+    bool hasPieces(const MatEntry& entry) const;
+    /**
+     * Copies elements @p first to @p first + @p count - 1 of @p entry, for which hasPieces() is true, to @p target, in
+     * its class. @p target is left as it was where the file has come to end earlier since it was opened.
+     */
+    bool readPiece(MatEntry& entry, qint64 first, qint64 count, void* target, ep::SxFileError& error);
+    /**
      * Reads the char array @p entry, once, as read() does. 8-bit text is UTF-8 and ends with its first NUL: writers
      * disagree whether the dimensions count bytes or characters. Text in 16-bit units is UTF-16.
      */

@@ -60,11 +60,7 @@ qint32 readChannelCount(Reading& reading, ep::CxMetadata& metadata, ep::CxMetada
 
 bool readInto(Reading& reading, MatEntry& entry, qint32 plane, ep::CxScopedBuffer& loaded)
 {
-    const MatVarHandle variable = reading.directory.read(entry, reading.limit, reading.error);
-    if (!variable)
-        return false;
-    copyIntoPlane(*variable, loaded.image(), plane);
-    return true;
+    return readIntoPlane(reading.directory, entry, reading.limit, loaded.image(), plane, reading.error);
 }
 
 // Reads the planes from @p first on into a new image that takes the place of @p image.

@@ -82,6 +82,7 @@ private slots:
     void otherVersions();
     void duplicateNames();
     void narrowPlanesAreOfOneClass();
+    void largeMatrixStoredInBytes();
 };
 
 void LoadForeignMatTest::textThenAMatrix()
@@ -308,6 +309,22 @@ void LoadForeignMatTest::narrowPlanesAreOfOneClass()
     QCOMPARE(testing::sampleAt<double>(m_image.image(), 1, 0, 1), 6.0);
     // The metadata of entropy files is not even read.
     QCOMPARE(log.criticals(), QStringList());
+}
+
+void LoadForeignMatTest::largeMatrixStoredInBytes()
+{
+    QByteArray bytes;
+    for (int i = 0; i < 701 * 500; ++i)
+        bytes.append(char(i % 251));
+    const MatVariableBytes wide = {"A", 6, 0, numbers<qint32>({701, 500}), matElement(2, bytes)};
+    for (const QByteArray& stored : {wide.bytes(), matCompressed(wide.bytes())}) {
+        QVERIFY(testing::writeBytes(path(), testing::matHeader() + stored));
+        QVERIFY(load());
+        for (int x = 0; x < 500; ++x)
+            for (int y = 0; y < 701; ++y)
+                if (testing::sampleAt<double>(m_image.image(), x, y) != (x * 701 + y) % 251)
+                    QFAIL("another number");
+    }
 }
 
 QTEST_GUILESS_MAIN(LoadForeignMatTest)

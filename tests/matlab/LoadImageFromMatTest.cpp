@@ -81,6 +81,8 @@ private slots:
     void countOfZeroTakesTheFirstMatrix();
     void theFirstItemCounts();
     void metadataIsHandedOver();
+    void largePlanes_data();
+    void largePlanes();
     void entropyPrefixGoesFirst_data();
     void entropyPrefixGoesFirst();
 };
@@ -357,6 +359,33 @@ void LoadImageFromMatTest::metadataIsHandedOver()
         QCOMPARE(m_metadata.saveToXml(1),
                  OwnMetadata{9}.xml().isEmpty() ? QString() : OwnMetadata{9}.metadata().saveToXml(1));
     }
+}
+
+// Large planes are read in pieces of whole columns.
+void LoadImageFromMatTest::largePlanes_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("height");
+    QTest::newRow("several pieces, the last one shorter") << int(ep::DataTypeUInt16) << 1777 << 1003;
+    QTest::newRow("bytes") << int(ep::DataTypeUInt8) << 2500 << 1001;
+    QTest::newRow("a column is a piece") << int(ep::DataTypeDouble) << 3 << 131072;
+    QTest::newRow("a column is more than a piece") << int(ep::DataTypeFloat) << 3 << 300001;
+    QTest::newRow("one row") << int(ep::DataTypeInt32) << 700001 << 1;
+}
+
+void LoadImageFromMatTest::largePlanes()
+{
+    QFETCH(int, type);
+    QFETCH(int, width);
+    QFETCH(int, height);
+    const ep::CxScopedBuffer image = planes(2, ep::ExImageDataType(type), width, height);
+    {
+        MatWriter file(path());
+        QVERIFY(file.add(image.image(), true) && addOwn(file, {2, true}));
+    }
+    QVERIFY(load());
+    QVERIFY(ep::SameSamples(m_image.image(), image.image()));
 }
 
 void LoadImageFromMatTest::entropyPrefixGoesFirst_data()
