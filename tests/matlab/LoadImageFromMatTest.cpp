@@ -74,15 +74,11 @@ private slots:
     void firstPlaneOfAnotherRankLeavesTheImage();
     void noMatrixStillUndoesTheRows();
     void earlierImageIsReplaced();
-    void laterPlanesOfOtherSizes_data();
-    void laterPlanesOfOtherSizes();
     void rowReversalIsUndone_data();
     void rowReversalIsUndone();
     void countOfZeroTakesTheFirstMatrix();
     void theFirstItemCounts();
     void metadataIsHandedOver();
-    void largePlanes_data();
-    void largePlanes();
     void entropyPrefixGoesFirst_data();
     void entropyPrefixGoesFirst();
 };
@@ -241,41 +237,6 @@ void LoadImageFromMatTest::earlierImageIsReplaced()
     QVERIFY(ep::SameSamples(m_image.image(), planes(2).image()));
 }
 
-void LoadImageFromMatTest::laterPlanesOfOtherSizes_data()
-{
-    QTest::addColumn<int>("rows");
-    QTest::addColumn<int>("cols");
-    QTest::newRow("a shorter plane ends in zeros") << 2 << 4;
-    QTest::newRow("a plane that ends with a column") << 3 << 2;
-    QTest::newRow("an empty plane is zero") << 0 << 4;
-    QTest::newRow("a longer plane is cut") << 5 << 4;
-    QTest::newRow("a transposed plane is taken as it lies") << 4 << 3;
-}
-
-void LoadImageFromMatTest::laterPlanesOfOtherSizes()
-{
-    QFETCH(int, rows);
-    QFETCH(int, cols);
-    const ep::CxScopedBuffer first = planes(1, ep::DataTypeDouble);
-    std::vector<double> numbers;
-    for (int i = 1; i <= rows * cols; ++i)
-        numbers.push_back(i);
-    {
-        MatWriter file(path());
-        QVERIFY(file.add(first.image()));
-        QVERIFY(orn::matlab::AddVar(file.mat(), numbers.data(), rows, cols, numbered(2)));
-        QVERIFY(addOwn(file, {2}));
-    }
-    QVERIFY(load());
-    QCOMPARE(m_image->channels, 2);
-    for (int x = 0; x < 4; ++x)
-        for (int y = 0; y < 3; ++y) {
-            QVERIFY(testing::sameSample(m_image.image(), x, y, 0, first.image(), x, y, 0));
-            const int index = x * 3 + y;
-            QCOMPARE(testing::sampleAt<double>(m_image.image(), x, y, 1), index < rows * cols ? index + 1.0 : 0.0);
-        }
-}
-
 void LoadImageFromMatTest::rowReversalIsUndone_data()
 {
     QTest::addColumn<bool>("isStoredReversed");
@@ -359,33 +320,6 @@ void LoadImageFromMatTest::metadataIsHandedOver()
         QCOMPARE(m_metadata.saveToXml(1),
                  OwnMetadata{9}.xml().isEmpty() ? QString() : OwnMetadata{9}.metadata().saveToXml(1));
     }
-}
-
-// Large planes are read in pieces of whole columns.
-void LoadImageFromMatTest::largePlanes_data()
-{
-    QTest::addColumn<int>("type");
-    QTest::addColumn<int>("width");
-    QTest::addColumn<int>("height");
-    QTest::newRow("several pieces, the last one shorter") << int(ep::DataTypeUInt16) << 1777 << 1003;
-    QTest::newRow("bytes") << int(ep::DataTypeUInt8) << 2500 << 1001;
-    QTest::newRow("a column is a piece") << int(ep::DataTypeDouble) << 3 << 131072;
-    QTest::newRow("a column is more than a piece") << int(ep::DataTypeFloat) << 3 << 300001;
-    QTest::newRow("one row") << int(ep::DataTypeInt32) << 700001 << 1;
-}
-
-void LoadImageFromMatTest::largePlanes()
-{
-    QFETCH(int, type);
-    QFETCH(int, width);
-    QFETCH(int, height);
-    const ep::CxScopedBuffer image = planes(2, ep::ExImageDataType(type), width, height);
-    {
-        MatWriter file(path());
-        QVERIFY(file.add(image.image(), true) && addOwn(file, {2, true}));
-    }
-    QVERIFY(load());
-    QVERIFY(ep::SameSamples(m_image.image(), image.image()));
 }
 
 void LoadImageFromMatTest::entropyPrefixGoesFirst_data()
