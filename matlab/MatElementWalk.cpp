@@ -53,6 +53,12 @@ bool isText(quint32 type)
     return type == MAT_T_UTF8 || type == MAT_T_UTF16 || type == MAT_T_UTF32;
 }
 
+// For what else it reads, matio asks for as much memory as the dimensions say.
+bool hasSizesInContent(int matClass)
+{
+    return matClass == MAT_C_CELL || matClass == MAT_C_STRUCT || matClass == MAT_C_CHAR || matClass == MAT_C_SPARSE;
+}
+
 }  // namespace
 
 bool MatElementWalk::refuse(const char* reason)
@@ -114,8 +120,9 @@ bool MatElementWalk::dimensions(Span& span, Header& header)
     quint32 type, bytes;
     if (!tag(span, type, bytes))
         return false;
-    if (header.matClass == MAT_C_OPAQUE)
-        return true;  // names stand here, of which matio skips the first tag
+    // Names stand here, of which matio skips the first tag.
+    if (header.matClass == MAT_C_OPAQUE && type != MAT_T_INT32)
+        return true;
     if (type != MAT_T_INT32 || bytes % 4 != 0 || bytes < 4 || bytes > highestRank * 4)
         return refuse("the dimensions of a variable are damaged");
     quint32 sizes[highestRank];
@@ -129,50 +136,77 @@ bool MatElementWalk::dimensions(Span& span, Header& header)
     return product.isValid() || refuse("the dimensions of a variable are damaged");
 }
 
-bool MatElementWalk::name(Span& span)
+bool MatElementWalk::name(Span& span, const Header& header, int holder)
 {
     quint32 type, bytes;
     if (!tag(span, type, bytes))
         return false;
+    // matio takes the long name of a field for its content.
+    if (type == MAT_T_INT8 && bytes > 0 && holder == MAT_C_STRUCT && hasSizesInContent(header.matClass))
+        return refuse("a field of a structure has a name of its own");
     if (type == MAT_T_INT8)
         return pass(span, padded(bytes));
     // Up to four characters stand in the tag. What is no name at all matio passes over in the same way.
     const bool isShort = (type & 0xffff) == MAT_T_INT8 && type >> 16 <= 4;
-    return isShort || bytes == 0 || refuse("the name of a variable is damaged");
+    return isShort || bytes == 0 || header.matClass == MAT_C_OPAQUE || refuse("the name of a variable is damaged");
 }
 
-bool MatElementWalk::header(Span& span, Header& header)
+bool MatElementWalk::header(Span& span, Header& header, int holder)
 {
     quint32 flags[4];
     if (!words(span, flags, 4))
         return false;
-    if ((flags[0] != MAT_T_UINT32 && flags[0] != MAT_T_INT32) || flags[1] != 8)
+    // Signed flags matio knows in variables of the file only.
+    if (!(flags[0] == MAT_T_UINT32 || (flags[0] == MAT_T_INT32 && holder == 0)) || flags[1] != 8)
         return refuse("the class of a variable is damaged");
     header.matClass = static_cast<int>(flags[2] & 0xff);
     header.isComplex = (flags[2] & MAT_F_COMPLEX) != 0;
-    if (header.matClass != MAT_C_OPAQUE)
-        return dimensions(span, header) && name(span);
+    if (!dimensions(span, header))
+        return false;
     // An object has no dimensions. matio takes what stands there for a name all the same.
-    return dimensions(span, header) && (name(span) || span.left == 0);
+    const bool isOver = header.matClass == MAT_C_OPAQUE && span.left == 0;
+    return isOver || name(span, header, holder);
+}
+
+bool MatElementWalk::stored(Span& span, Stored& stored)
+{
+    if (!words(span, &stored.type, 1))
+        return false;
+    stored.isShort = stored.type >> 16 != 0;
+    if (stored.isShort)
+        stored.bytes = stored.type >> 16;
+    else if (!words(span, &stored.bytes, 1))
+        return false;
+    stored.type &= 0xffff;
+    return !stored.isShort || stored.bytes <= 4 || refuse("a short element is longer than its place");
+}
+
+bool MatElementWalk::pass(Span& span, const Stored& stored)
+{
+    // The last element of all may lack its padding.
+    const qint64 bytes = stored.bytes;
+    return pass(span, stored.isShort ? 4 : std::max(bytes, std::min(padded(bytes), span.left)));
 }
 
 bool MatElementWalk::fieldNames(Span& span, qint64& fields)
 {
     constexpr quint32 shortNumber = 4 << 16 | MAT_T_INT32;
-    quint32 type, nameBytes, bytes;
+    quint32 type, nameBytes;
+    Stored names;
     if (!tag(span, type, nameBytes))
         return false;
     if (type != shortNumber || nameBytes == 0 || nameBytes > 0xffff)
         return refuse("the fields of a structure are damaged");
-    if (!tag(span, type, bytes))
+    if (!stored(span, names))
         return false;
-    if (type != MAT_T_INT8)
+    // Of names that are cut matio would pass over less than stands there.
+    if (names.type != MAT_T_INT8 || names.bytes % nameBytes != 0)
         return refuse("the fields of a structure are damaged");
-    fields = bytes / nameBytes;
-    return charge(bytes) && pass(span, padded(bytes));
+    fields = names.bytes / nameBytes;
+    return charge(names.bytes) && pass(span, names.isShort ? 4 : padded(names.bytes));
 }
 
-bool MatElementWalk::children(Span& span, qint64 count, int depth)
+bool MatElementWalk::children(Span& span, qint64 count, Place place)
 {
     if (count > span.left / tagBytes)
         return refuse("a cell array or structure has more elements than it can hold");
@@ -182,13 +216,14 @@ bool MatElementWalk::children(Span& span, qint64 count, int depth)
         quint32 type, bytes;
         if (!tag(span, type, bytes) || !charge(descriptionBytes))
             return false;
-        if (bytes == 0)
+        // In a function handle matio does not expect an empty element.
+        if (bytes == 0 && place.holder != MAT_C_FUNCTION)
             continue;
         if (type != MAT_T_MATRIX)
             return refuse("an element of a cell array or structure is no variable");
         if (bytes > span.left)
             return refuse("an element is larger than the one that holds it");
-        if (!charge(std::min<qint64>(inflateStateBytes, 8 * qint64(bytes))) || !matrix(span.source, bytes, depth + 1))
+        if (!charge(std::min<qint64>(inflateStateBytes, 8 * qint64(bytes))) || !matrix(span.source, bytes, place))
             return false;
         span.left -= bytes;
     }
@@ -197,27 +232,34 @@ bool MatElementWalk::children(Span& span, qint64 count, int depth)
 
 bool MatElementWalk::numbers(Span& span, const Header& header)
 {
-    quint32 type, bytes = 0;
-    if (!words(span, &type, 1))
+    Stored values;
+    if (!stored(span, values))
         return false;
-    const bool isShort = type >> 16 != 0;
-    if (isShort)
-        bytes = type >> 16;
-    else if (!words(span, &bytes, 1))
-        return false;
-    type &= 0xffff;
-    const qint64 size = storedBytes(type);
-    if (size == 0 || (isText(type) && header.matClass != MAT_C_CHAR))
+    const qint64 size = storedBytes(values.type);
+    if (size == 0 || (isText(values.type) && header.matClass != MAT_C_CHAR))
         return refuse("numbers of an unknown type are stored");
-    if (isShort && bytes > 4)
-        return refuse("a short element is longer than its place");
     // Some writers give empty texts dimensions that are not empty.
-    const bool isEmptyText = header.matClass == MAT_C_CHAR && bytes == 0;
-    if (bytes / size < header.elements && !isEmptyText)
+    const bool isEmptyText = header.matClass == MAT_C_CHAR && values.bytes == 0;
+    if (values.bytes / size < header.elements && !isEmptyText)
         return refuse("a variable has less data than its dimensions say");
-    // The last element of all may lack its padding.
-    const qint64 stored = isShort ? 4 : std::max<qint64>(bytes, std::min(padded(bytes), span.left));
-    return pass(span, stored);
+    return pass(span, values);
+}
+
+bool MatElementWalk::indices(Span& span)
+{
+    Stored values;
+    if (!stored(span, values))
+        return false;
+    // matio reads them as 32-bit numbers, whatever they are.
+    const bool areNumbers = values.type == MAT_T_INT32 || values.type == MAT_T_UINT32;
+    return (areNumbers && values.bytes % 4 == 0 && pass(span, values)) || refuse("a sparse matrix is damaged");
+}
+
+// The dimensions say nothing of how many numbers are stored.
+bool MatElementWalk::sparse(Span& span, Header header)
+{
+    header.elements = 0;
+    return indices(span) && indices(span) && numbers(span, header) && (!header.isComplex || numbers(span, header));
 }
 
 bool MatElementWalk::data(Span& span, const Header& header)
@@ -227,13 +269,13 @@ bool MatElementWalk::data(Span& span, const Header& header)
     return numbers(span, header) && (!header.isComplex || numbers(span, header));
 }
 
-bool MatElementWalk::matrix(MatByteSource& source, qint64 bytes, int depth)
+bool MatElementWalk::matrix(MatByteSource& source, qint64 bytes, Place place)
 {
-    if (depth > deepest)
+    if (place.depth > deepest)
         return refuse("its cells and structures are nested too deeply");
     Span span{source, bytes};
     Header head;
-    if (!header(span, head))
+    if (!header(span, head, place.holder))
         return false;
     qint64 fields = 1;
     switch (head.matClass) {
@@ -244,10 +286,14 @@ bool MatElementWalk::matrix(MatByteSource& source, qint64 bytes, int depth)
     case MAT_C_CELL:
     case MAT_C_FUNCTION: {
         const auto count = ep::internal::CheckedSize(head.elements) * fields;
-        if (!count.isValid() || !children(span, count.value(), depth))
+        if (!count.isValid() || !children(span, count.value(), {place.depth + 1, head.matClass}))
             return refuse("a cell array or structure has more elements than it can hold");
         break;
     }
+    case MAT_C_SPARSE:
+        if (!sparse(span, head))
+            return false;
+        break;
     default:
         if ((isDenseNumeric(head.matClass) || head.matClass == MAT_C_CHAR) && !data(span, head))
             return false;

@@ -33,7 +33,7 @@ public:
     /** Reads a full tag. */
     bool tag(MatByteSource& source, quint32& type, quint32& bytes);
     /** Walks over what follows the tag of a matrix element of @p bytes bytes. */
-    bool matrix(MatByteSource& source, qint64 bytes) { return matrix(source, bytes, 0); }
+    bool matrix(MatByteSource& source, qint64 bytes) { return matrix(source, bytes, Place()); }
     /** Counts memory that matio takes for an element; false past the limit. */
     bool charge(qint64 memory);
 
@@ -46,10 +46,21 @@ private:
         bool isComplex = false;
         qint64 elements = 0;
     };
+    // Where a matrix element stands.
+    struct Place {
+        int depth = 0;
+        int holder = 0;  // class of what holds it; 0: a variable of the file
+    };
     // What is left of an element, and where its bytes come from.
     struct Span {
         MatByteSource& source;
         qint64 left;
+    };
+    // What the tag of numbers or text says; up to four bytes may stand in the tag itself.
+    struct Stored {
+        quint32 type = 0;
+        quint32 bytes = 0;
+        bool isShort = false;
     };
 
     bool refuse(const char* reason);
@@ -57,14 +68,18 @@ private:
     bool pass(Span& span, qint64 bytes);
     bool tag(Span& span, quint32& type, quint32& bytes);
     bool words(Span& span, quint32* target, int count);
-    bool matrix(MatByteSource& source, qint64 bytes, int depth);
-    bool header(Span& span, Header& header);
+    bool stored(Span& span, Stored& stored);
+    bool pass(Span& span, const Stored& stored);
+    bool matrix(MatByteSource& source, qint64 bytes, Place place);
+    bool header(Span& span, Header& header, int holder);
     bool dimensions(Span& span, Header& header);
-    bool name(Span& span);
+    bool name(Span& span, const Header& header, int holder);
     bool fieldNames(Span& span, qint64& fields);
-    bool children(Span& span, qint64 count, int depth);
+    bool children(Span& span, qint64 count, Place place);
     bool data(Span& span, const Header& header);
     bool numbers(Span& span, const Header& header);
+    bool indices(Span& span);
+    bool sparse(Span& span, Header header);
 
     bool m_isSwapped;
     qint64 m_memoryLeft;

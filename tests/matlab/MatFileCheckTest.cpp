@@ -56,6 +56,15 @@ QByteArray fieldNames(quint32 length, const QByteArray& names)
     return numbers<quint32>({4 << 16 | 5, length}) + matElement(testing::MatInt8, names);
 }
 
+/** A sparse matrix as what other variables hold. */
+QByteArray sparse(const QByteArray& rows)
+{
+    const QByteArray columns = matElement(testing::MatInt32, numbers<qint32>({0, 1, 1}));
+    return MatVariableBytes{"", 5, 0, numbers<qint32>({2, 2}),
+                            rows + columns + matElement(testing::MatDouble, numbers<double>({3}))}
+        .bytes();
+}
+
 QByteArray nested(int depth)
 {
     QByteArray inner = MatVariableBytes().bytes();
@@ -102,6 +111,7 @@ private slots:
     void damagedWhenCompressed();
     void cutAnywhere_data();
     void cutAnywhere();
+    void anObjectHasNoGiantRank();
     void swappedBytesAreChecked();
     void version4_data();
     void version4();
@@ -123,6 +133,16 @@ void MatFileCheckTest::sound_data()
         << cells({1, 2}, numbers<quint32>({14, 0}) + matrix).bytes() + one;
     QTest::newRow("a structure") << structure(fieldNames(8, QByteArray(8, 'f')), matrix).bytes() + one;
     QTest::newRow("a structure without fields") << structure(fieldNames(8, ""), QByteArray()).bytes() + one;
+    const QByteArray shortNames = numbers<quint32>({4 << 16 | 5, 2, 4 << 16 | 1}) + QByteArray("x\0y\0", 4);
+    QTest::newRow("a structure whose names stand in their tag") << structure(shortNames, matrix + matrix).bytes() + one;
+    QTest::newRow("a sparse matrix in a cell array")
+        << cells({1, 1}, sparse(numbers<quint32>({4 << 16 | 5, 0}))).bytes() + one;
+    const QByteArray type = numbers<quint32>({4 << 16 | 1}) + "MCOS" + matElement(testing::MatInt8, "string") + matrix;
+    const QByteArray object = matElement(testing::MatUInt32, numbers<quint32>({17, 0}));
+    QTest::newRow("an object of a long name")
+        << matElement(testing::MatMatrix, object + matElement(testing::MatInt8, "my_string") + type) + one;
+    QTest::newRow("an object of a short name")
+        << matElement(testing::MatMatrix, object + numbers<quint32>({1 << 16 | 1, 's'}) + type) + one;
     QTest::newRow("60 levels of cells") << nested(60) + one;
     QTest::newRow("more data than the dimensions say") << sized({1, 2}).bytes();
     QTest::newRow("text without data, as some programs write it")
@@ -184,6 +204,25 @@ void MatFileCheckTest::damaged_data()
     row("field names that are numbers",
         structure(numbers<quint32>({4 << 16 | 5, 8}) + matElement(9, "abcdefgh"), matrix),
         "the fields of a structure are damaged");
+    const char* const fields = "the fields of a structure are damaged";
+    row("field names of which the last is cut", structure(fieldNames(8, "abcdefghij"), matrix), fields);
+    row("short field names of which the last is cut",
+        structure(numbers<quint32>({4 << 16 | 5, 2, 3 << 16 | 1}) + "x\0y", matrix), fields);
+    row("short field names of five bytes", structure(numbers<quint32>({4 << 16 | 5, 1, 5 << 16 | 1, 0}), matrix),
+        "a short element is longer than its place");
+    row("short field names that are numbers", structure(numbers<quint32>({4 << 16 | 5, 4, 4 << 16 | 5, 0}), matrix),
+        fields);
+    row("more short fields than values",
+        structure(numbers<quint32>({4 << 16 | 5, 1, 4 << 16 | 1}) + "abcd", QByteArray()), more);
+    // Each of these made matio ask for gigabytes.
+    const MatVariableBytes held = {fieldNames(1, QByteArray(16, 'n')), 2, 0, numbers<qint32>({1, 1}),
+                                   fieldNames(8, QByteArray())};
+    row("a long name of a structure's field", structure(fieldNames(8, QByteArray(8, 'f')), held.bytes()),
+        "a field of a structure has a name of its own");
+    row("a sparse matrix past its end", cells({1, 1}, sparse(numbers<quint32>({5, 0x7ffffff8}))), larger);
+    row("a sparse matrix with rows that are no indices",
+        cells({1, 1}, sparse(matElement(testing::MatDouble, numbers<double>({0})))), "a sparse matrix is damaged");
+    row("a function handle on nothing", {"f", 16, 0, numbers<qint32>({1, 1}), numbers<quint32>({14, 0})}, larger);
     row("more fields than values", structure(fieldNames(1, "abcdefgh"), matrix), larger);
 }
 
@@ -248,6 +287,14 @@ void MatFileCheckTest::cutAnywhere()
     // Noise behind the last variable is none of its bytes.
     QVERIFY(!isSound(file + 'x'));
     QVERIFY(!isSound(file + QByteArray(8, 'x')));
+}
+
+void MatFileCheckTest::anObjectHasNoGiantRank()
+{
+    const QByteArray object = matElement(testing::MatUInt32, numbers<quint32>({17, 0}));
+    const QByteArray giant = numbers<quint32>({testing::MatInt32, 0x7ffffffc}) + QByteArray(64, '\0');
+    QVERIFY(!isSound(testing::matHeader() + matElement(testing::MatMatrix, object + giant)));
+    QCOMPARE(m_reason, QStringLiteral("the dimensions of a variable are damaged"));
 }
 
 void MatFileCheckTest::swappedBytesAreChecked()

@@ -67,12 +67,25 @@ QVector<QByteArray> zoo()
     const QByteArray matrix = MatVariableBytes().bytes();
     const QByteArray names =
         numbers<quint32>({4 << 16 | 5, 8}) + matElement(1, QByteArray("one\0\0\0\0\0two\0\0\0\0\0", 16));
+    const QByteArray shortNames = numbers<quint32>({4 << 16 | 5, 2, 4 << 16 | 1}) + QByteArray("x\0y\0", 4);
+    const QByteArray sparse =
+        MatVariableBytes{"", 5, 0, numbers<qint32>({2, 2}),
+                         matElement(5, numbers<qint32>({0})) + matElement(5, numbers<qint32>({0, 1, 1}))
+                             + matElement(9, numbers<double>({3}))}
+            .bytes();
     return {
         testing::matText("text", "text").bytes(),
+        MatVariableBytes{"short", 2, 0, numbers<qint32>({1, 1}), shortNames + sparse + matrix}.bytes(),
         MatVariableBytes{"wide", 4, 0, numbers<qint32>({1, 3}), matElement(4, numbers<quint16>({65, 0x4e2d, 67}))}
             .bytes(),
         MatVariableBytes{"cells", 1, 0, numbers<qint32>({1, 2}), matrix + testing::matText("", "in").bytes()}.bytes(),
         MatVariableBytes{"fields", 2, 0, numbers<qint32>({1, 1}), names + matrix + matrix}.bytes(),
+        MatVariableBytes{
+            "inner", 1, 0, numbers<qint32>({1, 2}),
+            sparse + MatVariableBytes{"", 2, 0, numbers<qint32>({1, 1}), shortNames + matrix + sparse}.bytes()}
+            .bytes(),
+        matElement(14, matElement(6, numbers<quint32>({17, 0})) + matElement(1, "my_string")
+                           + numbers<quint32>({4 << 16 | 1}) + "MCOS" + matElement(1, "string") + matrix),
         MatVariableBytes{"handle", 16, 0, numbers<qint32>({1, 1}), matrix}.bytes(),
         MatVariableBytes{"sparse", 5, 0, numbers<qint32>({2, 2}),
                          matElement(5, numbers<qint32>({0})) + matElement(5, numbers<qint32>({0, 1, 1}))
