@@ -63,8 +63,8 @@ QVector<QByteArray> ownFile(int planes, const testing::OwnMetadata& metadata)
 
 QVector<QByteArray> zoo()
 {
-    const QByteArray doubles = MatVariableBytes().data;
-    const QByteArray matrix = MatVariableBytes().bytes();
+    const QByteArray doubles = matElement(9, numbers<double>({1, 2, 3, 4, 5, 6}));
+    const QByteArray matrix = MatVariableBytes{"A", 6, 0, numbers<qint32>({2, 3}), doubles}.bytes();
     const QByteArray names =
         numbers<quint32>({4 << 16 | 5, 8}) + matElement(1, QByteArray("one\0\0\0\0\0two\0\0\0\0\0", 16));
     const QByteArray shortNames = numbers<quint32>({4 << 16 | 5, 2, 4 << 16 | 1}) + QByteArray("x\0y\0", 4);
@@ -102,7 +102,7 @@ QVector<Seed> seeds()
         ownFile(4, {4, true, 1, 0, 12}),
         ownFile(2, {2, false, 4, 1, 16}),
         zoo(),
-        zoo().mid(2, 3) + ownFile(1, {1}),
+        zoo().mid(3, 5) + ownFile(1, {1}),
         {MatVariableBytes{"PIG_channel_1"}.bytes(), MatVariableBytes{"PIG_channel_2"}.bytes()}};
     QVector<Seed> result;
     for (const auto& elements : files)
