@@ -18,10 +18,9 @@ namespace pnm {
  * Reads PBM, PGM, PPM, PAM and PFM files, in text and binary, told apart by their first bytes and not by their suffix.
  *
  * Samples come out as the numbers that stand in the file, packed, as 8-bit integers when the announced largest sample
- * is below 256, else as 16-bit ones; bitDepth is the width of that largest sample. Bits of a bitmap become 0 (white)
- * and
- * 1. Float maps come out with the top row first and without their unit. A file with a sample past the announced largest
- * one is damaged. Bytes after the image, also further images, are passed over.
+ * is below 256, else as 16-bit ones; bitDepth is the width of that largest sample. Bits of a bitmap become 1 (black)
+ * and 0 (white). Float maps come out with the top row first and without their unit. A file with a sample past the
+ * announced largest one is damaged. Bytes after the image, also further images, are passed over.
  *
  * A grid and metadata that CxPnmImageSaver left in the comments are taken up; see metadataOf(). open() reads the
  * samples, so a damaged or truncated file is never open. No option is understood.

@@ -127,14 +127,6 @@ inline PnmLoaded loadMap(const QByteArray& content, qint64 memoryLimit = 0)
     return loaded;
 }
 
-/** An image data object that owns @p image. */
-inline std::unique_ptr<ep::CxImageData> imageDataOf(ep::CxScopedBuffer image)
-{
-    auto data = std::make_unique<ep::CxImageData>();
-    data->setImageShallow(image.take(), 0, 0, QDateTime());
-    return data;
-}
-
 /** The number that a sample of an 8- or 16-bit unsigned image is. */
 inline int numberAt(const ep::SxImageBuf& image, int x, int y, int c)
 {
