@@ -1,0 +1,196 @@
+#include "CxOiioImageLoader.h"
+
+#include "OiioFormat.h"
+#include "OiioGuard.h"
+#include "OiioMetadata.h"
+#include "ReadOiioSamples.h"
+
+#include <ep/CxImageData.h>
+#include <ep/CxScopedBuffer.h>
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <OpenImageIO/imageio.h>
+
+#include <algorithm>
+
+namespace ep {
+namespace oiio {
+namespace {
+
+constexpr int mostFrames = 100000;
+
+/** Has the library refuse what is past the limit by itself. The limit is the library's only one, of all its users. */
+void limitMemory(qint64 bytes)
+{
+    constexpr qint64 mebibyte = 1 << 20;
+    constexpr qint64 most = 1 << 30;
+    OIIO::attribute("limits:imagesize_MB", static_cast<int>(std::min(most, std::max<qint64>(1, bytes / mebibyte + 1))));
+}
+
+/** What keeps the library from changing samples. */
+OIIO::ImageSpec untouched()
+{
+    OIIO::ImageSpec wish;
+    wish.attribute("oiio:UnassociatedAlpha", 1);
+    wish.attribute("oiio:RawColor", 1);
+    wish.attribute("oiio:reorient", 0);
+    return wish;
+}
+
+/** Why there is no use in opening @p path. */
+SxFileError findObstacle(const QString& path)
+{
+    const QFileInfo info(path);
+    if (!info.exists())
+        return {ExFileError::Unreadable, QStringLiteral("the file does not exist")};
+    if (!info.isFile())
+        return {ExFileError::Unreadable, QStringLiteral("it is not a regular file")};
+    if (info.size() == 0)
+        return {ExFileError::Unreadable, QStringLiteral("the file is empty")};
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {ExFileError::Unreadable, file.errorString()};
+    return {};
+}
+
+}  // namespace
+
+/** An open file and the first frame until somebody asks for it. */
+struct CxOiioImageLoader::Source {
+    QString path;
+    const OiioFormat* format = nullptr;
+    std::unique_ptr<OIIO::ImageInput> input;
+    std::unique_ptr<CxImageData> firstFrame;
+    int frames = 0;  // 0: not counted yet
+
+    SxFileError open();
+    SxFileError read(int frame, qint64 memoryLimit, std::unique_ptr<CxImageData>& data);
+    void countFrames();
+};
+
+SxFileError CxOiioImageLoader::Source::open()
+{
+    input = OIIO::ImageInput::create(format->name);
+    if (!input)
+        return {ExFileError::Unsupported, QStringLiteral("OpenImageIO does not read this format here")};
+    OIIO::ImageSpec spec;
+    if (input->open(QFile::encodeName(path).toStdString(), spec, untouched()))
+        return {};
+    const QString reason = clause(input->geterror(), path);
+    return {ExFileError::Unreadable,
+            reason.isEmpty() ? QStringLiteral("it is damaged or not a file of its format") : reason};
+}
+
+SxFileError CxOiioImageLoader::Source::read(int frame, qint64 memoryLimit, std::unique_ptr<CxImageData>& data)
+{
+    if (!input->seek_subimage(frame, 0))
+        return {ExFileError::Unreadable, clause(input->geterror(), path)};
+    CxScopedBuffer image;
+    SxFileError error = readOiioSamples(*input, *format, path, memoryLimit, image);
+    if (error)
+        return error;
+    CxMetadata metadata = readOiioMetadata(input->spec(), image.image());
+    data = std::make_unique<CxImageData>();
+    data->setImageShallow(image.take(), frame, 0, QDateTime::currentDateTime());
+    data->setMetadata(std::move(metadata));
+    return {};
+}
+
+void CxOiioImageLoader::Source::countFrames()
+{
+    frames = std::min(mostFrames, input->spec().get_int_attribute("oiio:subimages", 0));
+    if (frames > 0)
+        return;
+    while (frames < mostFrames && input->seek_subimage(frames, 0))
+        ++frames;
+    input->geterror();  // there being no further frame is no failure
+}
+
+CxOiioImageLoader::CxOiioImageLoader() = default;
+CxOiioImageLoader::~CxOiioImageLoader() = default;
+
+bool CxOiioImageLoader::open()
+{
+    close();
+    auto source = std::make_unique<Source>();
+    source->path = m_fileName;
+    source->format = formatOfFile(m_fileName);
+    SxFileError error = findObstacle(m_fileName);
+    if (!error && (!source->format || !source->format->reads))
+        error = {ExFileError::Unsupported, QStringLiteral("its suffix names no format that OpenImageIO reads")};
+    if (!error)
+        guarded(ExFileError::Unreadable, error, [&] {
+            limitMemory(memoryLimit());
+            const SxFileError failure = source->open();
+            return failure ? failure : source->read(0, memoryLimit(), source->firstFrame);
+        });
+    setError(error.kind, error.reason);
+    if (!error)
+        m_source = std::move(source);
+    return !error;
+}
+
+bool CxOiioImageLoader::isOpen() const
+{
+    return m_source != nullptr;
+}
+
+void CxOiioImageLoader::close()
+{
+    m_source.reset();
+}
+
+int CxOiioImageLoader::frameCount() const
+{
+    if (!m_source)
+        return 0;
+    SxFileError error;
+    if (m_source->frames == 0 && !guarded(ExFileError::Unreadable, error, [&] {
+            m_source->countFrames();
+            return SxFileError();
+        }))
+        m_source->frames = 1;
+    return m_source->frames;
+}
+
+QString CxOiioImageLoader::frameName(int frame)
+{
+    const QString name = QFileInfo(m_fileName).fileName();
+    return frameCount() > 1 ? QStringLiteral("%1 [%2]").arg(name).arg(frame + 1) : name;
+}
+
+QString CxOiioImageLoader::fileName() const
+{
+    return m_fileName;
+}
+
+void CxOiioImageLoader::setFileName(const QString& name)
+{
+    m_fileName = name;
+}
+
+QList<QPair<QString, int>> CxOiioImageLoader::formats() const
+{
+    return readFormats();
+}
+
+CxImageData* CxOiioImageLoader::imageData(int frame)
+{
+    if (!m_source || frame < 0)
+        return nullptr;
+    // The first frame is given away once instead of copied; it is in the file for whoever asks again.
+    if (frame == 0 && m_source->firstFrame)
+        return m_source->firstFrame.release();
+    if (frame >= frameCount())
+        return nullptr;
+    std::unique_ptr<CxImageData> data;
+    SxFileError error;
+    guarded(ExFileError::Unreadable, error, [&] { return m_source->read(frame, memoryLimit(), data); });
+    setError(error.kind, error.reason);
+    return data.release();
+}
+
+}  // namespace oiio
+}  // namespace ep

@@ -1,0 +1,148 @@
+#include "ReadOiioSamples.h"
+
+#include "OiioFormat.h"
+#include "OiioGuard.h"
+#include "UndoScaling.h"
+
+#include <ep/ExStatus.h>
+#include <ep/internal/CheckedSize.h>
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <limits>
+
+namespace ep {
+namespace oiio {
+namespace {
+
+using internal::CheckedSize;
+
+SxFileError unsupported(const QString& reason)
+{
+    return {ExFileError::Unsupported, reason};
+}
+
+/** The sample type for a type of OpenImageIO; DataTypeNone when there is none. */
+ExImageDataType sampleType(OIIO::TypeDesc type)
+{
+    if (type == OIIO::TypeDesc::HALF)
+        return DataTypeFloat;
+    for (int code = DataTypeInt8; code <= DataTypeUInt64; ++code)
+        if (code != DataTypeComplex && type == OIIO::TypeDesc(sampleFacts(code).name))
+            return static_cast<ExImageDataType>(code);
+    return DataTypeNone;
+}
+
+/** The type of the samples of all channels. Floats of several widths become the widest; nothing else may be mixed. */
+ExImageDataType commonType(const OIIO::ImageSpec& spec)
+{
+    ExImageDataType widest = DataTypeNone;
+    for (int channel = 0; channel < spec.nchannels; ++channel) {
+        const ExImageDataType type = sampleType(spec.channelformat(channel));
+        const bool isMixed = channel > 0 && type != widest;
+        if (isMixed && (!sampleFacts(type).isFloat || !sampleFacts(widest).isFloat))
+            return DataTypeNone;
+        widest = std::max(widest, type);
+    }
+    return widest;
+}
+
+/** Why the samples that OpenImageIO gives are not those of the file, where that is known; else empty. */
+QString distortion(const OiioFormat& format, const OIIO::ImageSpec& spec)
+{
+    if (!format.is("dicom"))
+        return QString();
+    if (spec.get_string_attribute("dicom:PhotometricInterpretation") == "MONOCHROME1")
+        return QStringLiteral("its samples count darkness, and OpenImageIO would turn them around");
+    return spec.format.is_signed() ? QStringLiteral("OpenImageIO would shift its signed or rescaled samples")
+                                   : QString();
+}
+
+SxFileError describe(const OIIO::ImageSpec& spec, const OiioFormat& format, SxImageInfo& info)
+{
+    if (spec.deep)
+        return unsupported(QStringLiteral("it is a deep image, with any number of samples per pixel"));
+    if (spec.depth > 1)
+        return unsupported(QStringLiteral("it is a volume of %1 layers, not an image").arg(spec.depth));
+    if (spec.width < 1 || spec.height < 1 || spec.nchannels < 1)
+        return {ExFileError::Unreadable, QStringLiteral("its header says that the image is empty")};
+    const QString reason = distortion(format, spec);
+    if (!reason.isEmpty())
+        return unsupported(reason);
+    info = emptyImage();
+    info.dataType = commonType(spec);
+    if (info.dataType == DataTypeNone)
+        return unsupported(QStringLiteral("its sample type, or its mixture of types, is not served"));
+    info.width = spec.width;
+    info.height = spec.height;
+    info.channels = spec.nchannels;
+    info.bitDepth = sampleFacts(info.dataType).bits;
+    return {};
+}
+
+SxFileError checkSize(const SxImageInfo& info, qint64 fileBytes, qint64 memoryLimit)
+{
+    // What no compressed picture of real content comes near to; small images may say what they like.
+    constexpr qint64 mostExpansion = 4096;
+    constexpr qint64 alwaysFine = 256 << 20;
+    const CheckedSize rowBytes = CheckedSize(info.width) * info.channels * sampleFacts(info.dataType).bytes;
+    const CheckedSize bytes = rowBytes * info.height;
+    if (!bytes.fits(memoryLimit) || !rowBytes.fits(std::numeric_limits<qint32>::max()))
+        return {ExFileError::TooLarge,
+                QStringLiteral("an image of %1 x %2 pixels with %3 channels is past the memory limit")
+                    .arg(info.width)
+                    .arg(info.height)
+                    .arg(info.channels)};
+    if (!bytes.fits(std::max(alwaysFine, (CheckedSize(fileBytes) * mostExpansion).value())))
+        return {ExFileError::Unreadable, QStringLiteral("the file is too short for its samples")};
+    return {};
+}
+
+/** Bits per grey sample as the header of the PNG file @p path says; OpenImageIO does not tell. 0: no grey image. */
+int pngGrayBits(const QString& path)
+{
+    constexpr int depthAt = 24;
+    constexpr int colorTypeAt = 25;
+    QFile file(path);
+    const QByteArray header = file.open(QIODevice::ReadOnly) ? file.read(colorTypeAt + 1) : QByteArray();
+    return header.size() > colorTypeAt && header[colorTypeAt] == 0 ? header[depthAt] : 0;
+}
+
+int statedBits(const OIIO::ImageSpec& spec, const OiioFormat& format, const QString& path)
+{
+    const int bits = spec.get_int_attribute("oiio:BitsPerSample", 0);
+    return bits == 0 && format.is("png") ? pngGrayBits(path) : bits;
+}
+
+}  // namespace
+
+SxFileError readOiioSamples(OIIO::ImageInput& input, const OiioFormat& format, const QString& path, qint64 memoryLimit,
+                            CxScopedBuffer& image)
+{
+    const OIIO::ImageSpec& spec = input.spec();
+    SxImageInfo info;
+    SxFileError error = describe(spec, format, info);
+    if (!error)
+        error = checkSize(info, QFileInfo(path).size(), memoryLimit);
+    if (error)
+        return error;
+    image = CxScopedBuffer(info);
+    if (failed(image.allocate(true)))
+        return {ExFileError::TooLarge, QStringLiteral("there is not enough memory for its image")};
+    const OIIO::TypeDesc type(sampleFacts(info.dataType).name);
+    const bool isRead = input.read_image(input.current_subimage(), 0, 0, info.channels, type, image->data,
+                                         OIIO::AutoStride, image->stride);
+    // Some readers fill up what is missing and leave no more than a complaint.
+    if (!isRead || input.has_error()) {
+        const QString reason = clause(input.geterror(), path);
+        return {ExFileError::Unreadable,
+                reason.isEmpty() ? QStringLiteral("its samples are damaged or missing") : reason};
+    }
+    undoScaling(image.image(), statedBits(spec, format, path));
+    return {};
+}
+
+}  // namespace oiio
+}  // namespace ep

@@ -1,0 +1,266 @@
+// What each format of OpenImageIO keeps, loses and refuses, written and read back through the format manager.
+#include "FormatPlugin.h"
+#include "TestImages.h"
+
+#include <ep/CxImageFormatManager.h>
+#include <ep/SameSamples.h>
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace testing;
+using Manager = ep::CxImageFormatManager;
+
+namespace {
+
+enum Fate { Kept, Changed, Refused };
+
+/** Noise in samples of @p bits bits; floats are finite. */
+ep::CxScopedBuffer noise(ep::ExImageDataType type, int bits, int channels, ep::ExImageLayout layout = ep::LayoutPacked)
+{
+    ep::CxScopedBuffer image = randomImage(describe(type, 67, 45, channels, layout, 3));
+    image->bitDepth = bits;
+    for (int y = 0; y < 45; ++y)
+        for (int x = 0; x < 67; ++x)
+            for (int c = 0; c < channels; ++c) {
+                const double number = (x * 45.0 + y * 3.0 + c) / 7;
+                if (type == ep::DataTypeFloat)
+                    setSample(image.image(), x, y, c, static_cast<float>(number));
+                else if (type == ep::DataTypeDouble)
+                    setSample(image.image(), x, y, c, number);
+                else if (type == ep::DataTypeUInt16)
+                    setSample(image.image(), x, y, c,
+                              static_cast<quint16>(sampleAt<quint16>(image.image(), x, y, c) >> (16 - bits)));
+            }
+    return image;
+}
+
+struct SampleKind {
+    const char* name;
+    ep::ExImageDataType type;
+    int bits;
+};
+
+constexpr SampleKind kinds[] = {{"8-bit", ep::DataTypeUInt8, 8},
+                                {"12-bit", ep::DataTypeUInt16, 12},
+                                {"16-bit", ep::DataTypeUInt16, 16},
+                                {"float", ep::DataTypeFloat, 32},
+                                {"double", ep::DataTypeDouble, 64}};
+
+/** How images fare in one format: a word per sample kind with a letter for 1, 3 and 4 channels: k, c or r. */
+struct Row {
+    const char* suffix;
+    const char* fates[5];
+};
+
+// k: kept to the last sample, c: changed by the format's nature, r: refused
+constexpr Row rows[] = {
+    //        8-bit  12-bit 16-bit float  double
+    {"png", {"kkk", "kkk", "kkk", "rrr", "rrr"}},  {"exr", {"rrr", "rrr", "rrr", "kkk", "rrr"}},
+    {"jp2", {"kkk", "kkk", "kkk", "rrr", "rrr"}},  {"dpx", {"kkk", "kkk", "kkk", "kkk", "kkk"}},
+    {"bmp", {"kkk", "rrr", "rrr", "rrr", "rrr"}},  {"tga", {"kkk", "rrr", "rrr", "rrr", "rrr"}},
+    {"sgi", {"kkk", "kkk", "kkk", "rrr", "rrr"}},  {"rla", {"kkk", "kkk", "kkk", "kkk", "rrr"}},
+    {"iff", {"rkk", "rkk", "rkk", "rrr", "rrr"}},  {"ico", {"rrk", "rrr", "rrr", "rrr", "rrr"}},
+    {"jpg", {"ccr", "rrr", "rrr", "rrr", "rrr"}},  {"webp", {"rcc", "rrr", "rrr", "rrr", "rrr"}},
+    {"heic", {"rcc", "rrr", "rrr", "rrr", "rrr"}}, {"gif", {"rrc", "rrr", "rrr", "rrr", "rrr"}},
+    {"hdr", {"rrr", "rrr", "rrr", "rcr", "rrr"}},
+};
+
+Fate fateOf(char letter)
+{
+    return letter == 'k' ? Kept : letter == 'c' ? Changed : Refused;
+}
+
+}  // namespace
+
+class OiioFormatsTest : public QObject {
+    Q_OBJECT
+private slots:
+    void samples_data();
+    void samples();
+    void everyWrittenFormatIsInTheTable();
+    void whatIsDeclaredIsWhatIsServed();
+    void planesAndReversedColorsAreWrittenAlike();
+    void manyChannelsAreKept();
+    void whatOneFormatCannotTakeIsRefused_data();
+    void whatOneFormatCannotTakeIsRefused();
+    void qualityIsObeyed();
+};
+
+void OiioFormatsTest::samples_data()
+{
+    QTest::addColumn<QString>("suffix");
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<int>("channels");
+    QTest::addColumn<int>("fate");
+    const char* words[] = {"keeps", "changes", "refuses"};
+    constexpr int counts[] = {1, 3, 4};
+    for (const Row& row : rows)
+        for (int kind = 0; kind < 5; ++kind)
+            for (int i = 0; i < 3; ++i) {
+                const Fate fate = fateOf(row.fates[kind][i]);
+                QTest::addRow("%s %s %s in %d channels", row.suffix, words[fate], kinds[kind].name, counts[i])
+                    << QString::fromLatin1(row.suffix) << kind << counts[i] << int(fate);
+            }
+}
+
+void OiioFormatsTest::samples()
+{
+    QFETCH(QString, suffix);
+    QFETCH(int, kind);
+    QFETCH(int, channels);
+    QFETCH(int, fate);
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("image.") + suffix);
+    const SampleKind& sample = kinds[kind];
+    const ep::CxScopedBuffer image = noise(sample.type, sample.bits, channels);
+    ep::SxFileError error;
+    const bool saved = Manager::saveImageToFile(path, image.image(), nullptr, nullptr, false, QString(), &error);
+    if (fate == Refused) {
+        QVERIFY(!saved);
+        QCOMPARE(error.kind, ep::ExFileError::Refused);
+        QVERIFY2(error.reason.contains(QLatin1String(ep::sampleFacts(sample.type).name)), qPrintable(error.reason));
+        QVERIFY(QDir(folder.path()).isEmpty());
+        return;
+    }
+    QVERIFY2(saved, qPrintable(error.reason));
+    ep::CxScopedBuffer again;
+    QVERIFY2(Manager::loadImageFromFile(path, again.image(), nullptr, nullptr, &error), qPrintable(error.reason));
+    QCOMPARE(again->width, image->width);
+    QCOMPARE(again->height, image->height);
+    QCOMPARE(again->channels, image->channels);
+    QCOMPARE(again->dataType, image->dataType);
+    QCOMPARE(ep::SameSamples(again.image(), image.image()), fate == Kept);
+}
+
+void OiioFormatsTest::everyWrittenFormatIsInTheTable()
+{
+    const QList<ep::SxFormatInfo> formats = Manager::instance()->formats();
+    int count = 0;
+    for (const ep::SxFormatInfo& format : formats) {
+        if (format.rank != -10 || !format.writes)
+            continue;
+        ++count;
+        const bool isListed = std::any_of(std::begin(rows), std::end(rows), [&](const Row& row) {
+            return format.suffixes.contains(QString::fromLatin1(row.suffix));
+        });
+        QVERIFY2(isListed, qPrintable(format.filter));
+    }
+    QCOMPARE(count, int(std::size(rows)));
+}
+
+void OiioFormatsTest::whatIsDeclaredIsWhatIsServed()
+{
+    const QJsonArray declared = QPluginLoader(QStringLiteral(ORN_FORMATS_DIR "/epformat_oiio"))
+                                    .metaData()
+                                    .value(QStringLiteral("MetaData"))
+                                    .toObject()
+                                    .value(QStringLiteral("formats"))
+                                    .toArray();
+    QList<QPair<QString, int>> read, written;
+    for (const QJsonValue& value : declared) {
+        const QJsonObject format = value.toObject();
+        const QPair<QString, int> entry{format[QStringLiteral("filter")].toString(),
+                                        format[QStringLiteral("rank")].toInt()};
+        if (format[QStringLiteral("read")].toBool())
+            read << entry;
+        if (format[QStringLiteral("write")].toBool())
+            written << entry;
+    }
+    loadFormatPlugin(QStringLiteral("oiio"));
+    QVERIFY(read.size() > 15);
+    QCOMPARE(makeRegistered<ep::IxImageDataLoader>("ep::oiio::CxOiioImageLoader", "IxImageDataLoader")->formats(),
+             read);
+    QCOMPARE(makeRegistered<ep::IxImageDataSaver>("ep::oiio::CxOiioImageSaver", "IxImageDataSaver")->formats(),
+             written);
+}
+
+void OiioFormatsTest::planesAndReversedColorsAreWrittenAlike()
+{
+    QTemporaryDir folder;
+    const ep::CxScopedBuffer planes = noise(ep::DataTypeUInt16, 16, 3, ep::LayoutPlanar);
+    const QString path = folder.filePath(QStringLiteral("image.png"));
+    QVERIFY(Manager::saveImageToFile(path, planes.image(), nullptr, nullptr, false, QString()));
+    ep::CxScopedBuffer image;
+    QVERIFY(Manager::loadImageFromFile(path, image.image(), nullptr));
+    QCOMPARE(image->layout, ep::LayoutPacked);
+    QVERIFY(ep::SameSamples(image.image(), planes.image()));
+
+    loadFormatPlugin(QStringLiteral("oiio"));
+    const auto saver = makeRegistered<ep::IxImageDataSaver>("ep::oiio::CxOiioImageSaver", "IxImageDataSaver");
+    ep::CxScopedBuffer reversed = copyOf(image.image());
+    reversed->formatCode = ep::FormatCodeReversedColors;
+    const QString other = folder.filePath(QStringLiteral("reversed.png"));
+    saver->setFileName(other);
+    QVERIFY(saver->saveImage(imageDataOf(copyOf(reversed.image())).get()));
+    const LoadedFrame loaded = loadFrame("ep::oiio::CxOiioImageLoader", other);
+    QVERIFY(loaded.data);
+    QVERIFY(sameSample(loaded.image(), 5, 6, 0, image.image(), 5, 6, 2));
+    QVERIFY(sameSample(loaded.image(), 5, 6, 2, image.image(), 5, 6, 0));
+}
+
+void OiioFormatsTest::manyChannelsAreKept()
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("spectrum.exr"));
+    const ep::CxScopedBuffer image = noise(ep::DataTypeFloat, 32, 31);
+    QVERIFY(Manager::saveImageToFile(path, image.image(), nullptr, nullptr, false, QString()));
+    ep::CxScopedBuffer again;
+    QVERIFY(Manager::loadImageFromFile(path, again.image(), nullptr));
+    QVERIFY(ep::SameSamples(again.image(), image.image()));
+}
+
+void OiioFormatsTest::whatOneFormatCannotTakeIsRefused_data()
+{
+    QTest::addColumn<QString>("suffix");
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<int>("channels");
+    const int byte = ep::DataTypeUInt8;
+    // The libraries behind them end the process over the first three.
+    QTest::newRow("DPX with 2 channels") << "dpx" << byte << QSize(40, 40) << 2;
+    QTest::newRow("DPX with 6 channels") << "dpx" << byte << QSize(40, 40) << 6;
+    QTest::newRow("JPEG of 70,000 columns") << "jpg" << byte << QSize(70000, 2) << 1;
+    QTest::newRow("JPEG 2000 of 16 rows") << "jp2" << byte << QSize(40, 16) << 3;
+    QTest::newRow("OpenEXR of 32-bit integers") << "exr" << int(ep::DataTypeUInt32) << QSize(40, 40) << 1;
+    QTest::newRow("PNG of signed samples") << "png" << int(ep::DataTypeInt16) << QSize(40, 40) << 1;
+    QTest::newRow("PNG of 64-bit integers") << "png" << int(ep::DataTypeInt64) << QSize(40, 40) << 1;
+    QTest::newRow("PNG of complex numbers") << "png" << int(ep::DataTypeComplex) << QSize(40, 40) << 1;
+    QTest::newRow("PNG with 5 channels") << "png" << byte << QSize(40, 40) << 5;
+}
+
+void OiioFormatsTest::whatOneFormatCannotTakeIsRefused()
+{
+    QFETCH(QString, suffix);
+    QFETCH(int, type);
+    QFETCH(QSize, size);
+    QFETCH(int, channels);
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("image.") + suffix);
+    const ep::CxScopedBuffer image =
+        randomImage(describe(ep::ExImageDataType(type), size.width(), size.height(), channels));
+    ep::SxFileError error;
+    QVERIFY(!Manager::saveImageToFile(path, image.image(), nullptr, nullptr, false, QString(), &error));
+    QCOMPARE(error.kind, ep::ExFileError::Refused);
+    QVERIFY(!error.reason.isEmpty());
+    QVERIFY(QDir(folder.path()).isEmpty());
+}
+
+void OiioFormatsTest::qualityIsObeyed()
+{
+    QTemporaryDir folder;
+    const ep::CxScopedBuffer image = noise(ep::DataTypeUInt8, 8, 3);
+    qint64 sizes[2];
+    for (int i = 0; i < 2; ++i) {
+        const QString path = folder.filePath(QStringLiteral("%1.jpg").arg(i));
+        const QMap<QString, QVariant> options{{QStringLiteral("quality"), i == 0 ? 20 : 100}};
+        QVERIFY(Manager::saveImageToFile(path, image.image(), nullptr, &options, false, QString()));
+        sizes[i] = QFileInfo(path).size();
+    }
+    QVERIFY(sizes[1] > 2 * sizes[0]);
+}
+
+QTEST_GUILESS_MAIN(OiioFormatsTest)
+#include "OiioFormatsTest.moc"
