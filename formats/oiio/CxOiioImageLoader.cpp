@@ -1,5 +1,6 @@
 #include "CxOiioImageLoader.h"
 
+#include "FileHeader.h"
 #include "OiioFormat.h"
 #include "OiioGuard.h"
 #include "OiioMetadata.h"
@@ -72,6 +73,9 @@ struct CxOiioImageLoader::Source {
 
 SxFileError CxOiioImageLoader::Source::open()
 {
+    const QString flaw = headerFlaw(*format, path);
+    if (!flaw.isEmpty())
+        return {ExFileError::Unreadable, flaw};
     input = OIIO::ImageInput::create(format->name);
     if (!input)
         return {ExFileError::Unsupported, QStringLiteral("OpenImageIO does not read this format here")};

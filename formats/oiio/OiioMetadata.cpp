@@ -6,6 +6,8 @@
 #include <ep/DetectColorBitDepth.h>
 #include <ep/ExStatus.h>
 
+#include <QStringList>
+
 #include <cmath>
 
 namespace ep {
@@ -13,6 +15,7 @@ namespace oiio {
 namespace {
 
 constexpr char descriptionName[] = "ImageDescription";
+constexpr char channelsName[] = "Channels";
 constexpr char profileName[] = "ICCProfile";
 constexpr char timeName[] = "Exif:DateTimeOriginal";
 constexpr char orientationName[] = "Orientation";
@@ -171,6 +174,10 @@ CxMetadata readOiioMetadata(const OIIO::ImageSpec& spec, SxImageBuf& image)
         if (!isKnown && !common.attributes.contains(name))
             common.attributes.insert(name, valueText(attribute));
     }
+    QStringList channels;
+    for (const std::string& name : spec.channelnames)
+        channels << QString::fromStdString(name);
+    common.attributes.insert(QLatin1String(channelsName), channels.join(QLatin1Char(' ')));
     return metadata;
 }
 

@@ -1,5 +1,6 @@
 #include "ReadOiioSamples.h"
 
+#include "FileHeader.h"
 #include "OiioFormat.h"
 #include "OiioGuard.h"
 #include "UndoScaling.h"
@@ -7,7 +8,6 @@
 #include <ep/ExStatus.h>
 #include <ep/internal/CheckedSize.h>
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -52,12 +52,16 @@ ExImageDataType commonType(const OIIO::ImageSpec& spec)
 /** Why the samples that OpenImageIO gives are not those of the file, where that is known; else empty. */
 QString distortion(const OiioFormat& format, const OIIO::ImageSpec& spec)
 {
-    if (!format.is("dicom"))
-        return QString();
-    if (spec.get_string_attribute("dicom:PhotometricInterpretation") == "MONOCHROME1")
+    if (format.is("webp") && spec.alpha_channel >= 0)
+        return QStringLiteral("OpenImageIO would multiply its colours by their opacity");
+    const OIIO::string_view jpegColors = spec.get_string_attribute("jpeg:ColorSpace");
+    if (format.is("jpeg") && (jpegColors == "CMYK" || jpegColors == "YCbCrK"))
+        return QStringLiteral("OpenImageIO would convert its four inks to three colours");
+    if (format.is("dicom") && spec.get_string_attribute("dicom:PhotometricInterpretation") == "MONOCHROME1")
         return QStringLiteral("its samples count darkness, and OpenImageIO would turn them around");
-    return spec.format.is_signed() ? QStringLiteral("OpenImageIO would shift its signed or rescaled samples")
-                                   : QString();
+    if (format.is("dicom") && spec.format.is_signed())
+        return QStringLiteral("OpenImageIO would shift its signed or rescaled samples");
+    return QString();
 }
 
 SxFileError describe(const OIIO::ImageSpec& spec, const OiioFormat& format, SxImageInfo& info)
@@ -98,16 +102,6 @@ SxFileError checkSize(const SxImageInfo& info, qint64 fileBytes, qint64 memoryLi
     if (!bytes.fits(std::max(alwaysFine, (CheckedSize(fileBytes) * mostExpansion).value())))
         return {ExFileError::Unreadable, QStringLiteral("the file is too short for its samples")};
     return {};
-}
-
-/** Bits per grey sample as the header of the PNG file @p path says; OpenImageIO does not tell. 0: no grey image. */
-int pngGrayBits(const QString& path)
-{
-    constexpr int depthAt = 24;
-    constexpr int colorTypeAt = 25;
-    QFile file(path);
-    const QByteArray header = file.open(QIODevice::ReadOnly) ? file.read(colorTypeAt + 1) : QByteArray();
-    return header.size() > colorTypeAt && header[colorTypeAt] == 0 ? header[depthAt] : 0;
 }
 
 int statedBits(const OIIO::ImageSpec& spec, const OiioFormat& format, const QString& path)

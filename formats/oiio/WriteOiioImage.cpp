@@ -43,6 +43,10 @@ OIIO::ImageSpec describe(const SxImageInfo& image, const OIIO::ImageSpec& attrib
 {
     OIIO::ImageSpec spec(image.width, image.height, image.channels, OIIO::TypeDesc(sampleFacts(image.dataType).name));
     spec.extra_attribs = attributes.extra_attribs;
+    // OpenEXR sorts channels by name.
+    for (int channel = 0; image.channels > 4 && channel < image.channels; ++channel)
+        spec.channelnames[static_cast<size_t>(channel)] =
+            QStringLiteral("channel%1").arg(channel, 5, 10, QLatin1Char('0')).toStdString();
     // Samples are to be written as they are and never to be divided by an alpha channel.
     spec.attribute("oiio:UnassociatedAlpha", 1);
     return spec;
