@@ -12,6 +12,8 @@
 
 #include <OpenImageIO/filesystem.h>
 
+#include <limits>
+
 namespace ep {
 namespace oiio {
 namespace {
@@ -23,15 +25,21 @@ SxFileError unwritable(const QString& reason)
     return {ExFileError::Unwritable, reason};
 }
 
-/** @p image with packed channels, colours red first; false when there is no memory. */
+/**
+ * @p image with packed channels, colours red first, and a row of zeros after the last; false when there is no memory.
+ */
 bool packed(const SxImageBuf& image, CxScopedBuffer& copy)
 {
+    if (image.height == std::numeric_limits<qint32>::max())
+        return false;
     copy = CxScopedBuffer(image);
+    copy->height = image.height + 1;
     copy->layout = LayoutPacked;
     copy->formatCode = FormatCodeInOrder;
     copy->stride = 0;
-    if (failed(copy.allocate()))
+    if (failed(copy.allocate(true)))
         return false;
+    copy->height = image.height;
     internal::copyPlanes(sampleFacts(image.dataType).bytes, image.channels, image.height, [&](qint32 channel) {
         return internal::PlanePair{internal::planeView(image, ChannelIndexLogicalToPhysical(channel, image)),
                                    internal::planeView(copy.image(), channel)};
@@ -90,7 +98,9 @@ SxFileError writeOiioImage(const QString& path, const OiioFormat& format, const 
                            const OIIO::ImageSpec& attributes)
 {
     CxScopedBuffer copy;
-    const bool isReady = image.layout == LayoutPacked && image.formatCode != FormatCodeReversedColors;
+    // The writer of HEIF files reads past the end of a row, also of the last one.
+    const bool isReady =
+        image.layout == LayoutPacked && image.formatCode != FormatCodeReversedColors && !format.is("heif");
     if (!isReady && !packed(image, copy))
         return {ExFileError::TooLarge, QStringLiteral("there is not enough memory for a copy of it")};
     const SxImageBuf& source = isReady ? image : copy.image();
