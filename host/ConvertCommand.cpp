@@ -19,6 +19,7 @@ namespace {
 struct ConvertOptions {
     std::string input;
     std::string output;
+    std::string variable;
     std::string name;
     std::string entropyPrefix;
     std::string grid;
@@ -37,9 +38,9 @@ struct Picture {
     QStringList notes;
 };
 
-bool isMat(const ConvertOptions& options)
+bool isMat(const std::string& file)
 {
-    return QFileInfo(text(options.output)).suffix().toLower() == QLatin1String("mat");
+    return QFileInfo(text(file)).suffix().toLower() == QLatin1String("mat");
 }
 
 /** Throws what the parser throws when options do not go together. */
@@ -49,7 +50,8 @@ void checkOptions(const ConvertOptions& options)
         if (wrong)
             throw CLI::ValidationError(reason);
     };
-    const bool mat = isMat(options);
+    const bool mat = isMat(options.output);
+    refuse(!isMat(options.input) && !options.variable.empty(), "--variable is for MAT files: IN must end in .mat");
     refuse(!mat && !options.name.empty(), "--name is for MAT files: OUT must end in .mat");
     refuse(!mat && options.keepRowOrder, "--no-reverse-rows is for MAT files: OUT must end in .mat");
     refuse(!mat && !options.entropyPrefix.empty(), "--entropy is for MAT files: OUT must end in .mat");
@@ -74,8 +76,11 @@ void applyGrid(const std::string& grid, Picture& picture)
 
 bool load(const ConvertOptions& options, Picture& picture, ep::SxFileError& error)
 {
+    QMap<QString, QVariant> map;
+    if (!options.variable.empty())
+        map[QStringLiteral("variable")] = text(options.variable);
     if (!ep::CxImageFormatManager::loadImageFromFile(text(options.input), picture.storage.image(), &picture.metadata,
-                                                     nullptr, &error))
+                                                     &map, &error))
         return false;
     picture.image = picture.storage.image();
     // Of one channel, both layouts are the same memory; writers know mosaics as packed ones.
@@ -101,7 +106,7 @@ bool save(const ConvertOptions& options, Picture& picture, ep::SxFileError& erro
 {
     const QString path = text(options.output);
     const QString prefix = text(options.entropyPrefix);
-    if (isMat(options) && !fitIntoMat({prefix, options.lossy}, picture.image, picture.notes, error))
+    if (isMat(options.output) && !fitIntoMat({prefix, options.lossy}, picture.image, picture.notes, error))
         return false;
     if (!prefix.isEmpty())
         return saveEntropyFile(path, picture.image, prefix, options.refuseReplace, error);
@@ -192,6 +197,11 @@ void addOptions(CLI::App& command, ConvertOptions& options)
     command.add_option("OUT", options.output, "The file to write; its suffix chooses the format")
         ->required()
         ->type_name("");
+    command
+        .add_option("--variable", options.variable,
+                    "MAT: read this array of IN, rows x columns or rows x columns x channels (or the image that was "
+                    "written with --name NAME)")
+        ->type_name("NAME");
     command.add_option("--name", options.name, "MAT: base name of the variables (default ep_image)")->type_name("NAME");
     command.add_flag("--no-reverse-rows", options.keepRowOrder, "MAT: store the top row first");
     command
@@ -220,6 +230,7 @@ void addConvertCommand(CLI::App& program, Output& output, ExitCode& exitCode)
                    "  orn convert photo.dng photo.mat\n"
                    "  orn convert photo.mat photo.dng\n"
                    "  orn convert --name scene --no-reverse-rows photo.tif photo.mat\n"
+                   "  orn convert --variable rgb workspace.mat photo.tif\n"
                    "  orn convert --entropy PIG entropy.tif entropy.mat\n"
                    "  orn convert --cfa RGGB --compression deflate mosaic.tif mosaic.dng\n"
                    "\n"

@@ -94,7 +94,8 @@ bool CxMatlabImageLoader::open()
     ep::CxMetadata metadata;
     bool isEntropy = false;
     ep::SxFileError error;
-    const ReadMatOptions what{matName(options()), memoryLimit()};
+    const ReadMatOptions what{matName(options()), memoryLimit(),
+                              options().value(QStringLiteral("variable")).toString()};
     const bool isRead = readMatImage(m_fileName, what, image.image(), isEntropy, &metadata, error);
     setError(error.kind, error.reason);
     if (!isRead)

@@ -63,24 +63,32 @@ bool readPieces(MatDirectory& directory, MatEntry& entry, qint32 sampleBytes, co
 
 }  // namespace
 
-bool readIntoPlane(MatDirectory& directory, MatEntry& entry, qint64 limit, ep::SxImageBuf& image, qint32 plane,
-                   ep::SxFileError& error)
+void copyIntoPlane(const matvar_t& variable, ep::SxImageBuf& image, qint32 plane, qint64 first)
 {
     const qint32 bytes = ep::sampleFacts(image.dataType).bytes;
     const PlaneView target = ep::internal::planeView(image, plane);
     const qint64 wanted = static_cast<qint64>(image.width) * image.height;
-    const bool isOfOneSize = Mat_SizeOfClass(entry.matClass) == static_cast<size_t>(bytes);
-    if (directory.hasPieces(entry) && isOfOneSize && entry.elements() >= wanted)
-        return readPieces(directory, entry, bytes, target, error);
-
-    const MatVarHandle variable = directory.read(entry, limit, error);
-    if (!variable)
-        return false;
-    const qint64 held = variable->data ? std::min<qint64>(static_cast<qint64>(variable->nbytes) / bytes, wanted) : 0;
+    const qint64 all = variable.data ? static_cast<qint64>(variable.nbytes) / bytes : 0;
+    const qint64 held = std::min(std::max<qint64>(all - first, 0), wanted);
     if (held < wanted)
         clear(target, bytes);
-    copyColumns(static_cast<const unsigned char*>(variable->data), held, bytes, target);
-    return true;
+    if (held > 0)
+        copyColumns(static_cast<const unsigned char*>(variable.data) + first * bytes, held, bytes, target);
+}
+
+bool readIntoPlane(MatDirectory& directory, MatEntry& entry, qint64 limit, ep::SxImageBuf& image, qint32 plane,
+                   ep::SxFileError& error)
+{
+    const qint32 bytes = ep::sampleFacts(image.dataType).bytes;
+    const qint64 wanted = static_cast<qint64>(image.width) * image.height;
+    const bool isOfOneSize = Mat_SizeOfClass(entry.matClass) == static_cast<size_t>(bytes);
+    if (directory.hasPieces(entry) && isOfOneSize && entry.elements() >= wanted)
+        return readPieces(directory, entry, bytes, ep::internal::planeView(image, plane), error);
+
+    const MatVarHandle variable = directory.read(entry, limit, error);
+    if (variable)
+        copyIntoPlane(*variable, image, plane);
+    return variable != nullptr;
 }
 
 }  // namespace matlab

@@ -26,5 +26,10 @@ namespace matlab {
 bool readIntoPlane(MatDirectory& directory, MatEntry& entry, qint64 limit, ep::SxImageBuf& image, qint32 plane,
                    ep::SxFileError& error);
 
+/**
+ * As readIntoPlane(), from the data that @p variable holds, beginning with its element @p first.
+ */
+void copyIntoPlane(const matvar_t& variable, ep::SxImageBuf& image, qint32 plane, qint64 first = 0);
+
 }  // namespace matlab
 }  // namespace orn

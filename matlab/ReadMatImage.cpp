@@ -6,6 +6,7 @@
 #include "MatMetadata.h"
 #include "MatPlane.h"
 #include "MatSampleTypes.h"
+#include "ReadMatVariable.h"
 
 #include <ep/ConvertPlanarRawToRaw.h>
 #include <ep/CxScopedBuffer.h>
@@ -27,6 +28,7 @@ namespace {
 struct Reading {
     MatDirectory& directory;
     QString baseName;
+    QString variable;
     qint64 limit;
     ep::SxFileError& error;
 
@@ -37,10 +39,12 @@ struct Reading {
     }
 };
 
-QList<QByteArray> readableNames(const QString& baseName)
+QList<QByteArray> readableNames(const ReadMatOptions& options)
 {
+    if (!options.variable.isEmpty())
+        return {options.variable.toLatin1(), metadataName().toLatin1()};
     return entropyVariables(QStringLiteral("PIG")) + entropyVariables(QStringLiteral("PDG"))
-           + QList<QByteArray>{(baseName + QStringLiteral("_channel_")).toLatin1(), metadataName().toLatin1()};
+           + QList<QByteArray>{(options.baseName + QStringLiteral("_channel_")).toLatin1(), metadataName().toLatin1()};
 }
 
 // How many planes the metadata says were written; 0 when it says nothing. Hands the metadata on as well.
@@ -153,7 +157,7 @@ void restore(const ep::CxMetadata& metadata, ep::SxImageBuf& image)
     raiseBitDepth(common->colorBitDepth, image);
 }
 
-// Files of this library by their metadata, any other file by its first matrix.
+// Files of this library by their metadata, any other file by its first matrix unless a name was given.
 bool readOwnOrForeign(Reading& reading, ep::SxImageBuf& image, ep::CxMetadata* result)
 {
     ep::CxMetadata metadata;
@@ -169,6 +173,8 @@ bool readOwnOrForeign(Reading& reading, ep::SxImageBuf& image, ep::CxMetadata* r
         }
         if (!readOwnPlanes(reading, *first, channels, image))
             return false;
+    } else if (!reading.variable.isEmpty()) {
+        return readMatVariable(reading.directory, reading.variable, reading.limit, image, reading.error);
     } else if (MatEntry* const first = reading.directory.firstMatrix()) {
         if (!readPlanes(reading, *first, {}, ep::LayoutPacked, image))
             return false;
@@ -177,6 +183,26 @@ bool readOwnOrForeign(Reading& reading, ep::SxImageBuf& image, ep::CxMetadata* r
     }
     restore(metadata, image);
     return true;
+}
+
+// An array by its own name. A plane of ours comes upright, as it would as part of its image.
+bool readArray(Reading& reading, ep::SxImageBuf& image)
+{
+    if (!readMatVariable(reading.directory, reading.variable, reading.limit, image, reading.error))
+        return false;
+    ep::CxMetadata metadata;
+    if (image.channels == 1 && reading.variable.contains(QStringLiteral("_channel_")))
+        readChannelCount(reading, metadata, nullptr);
+    restore(metadata, image);
+    return true;
+}
+
+bool readNamed(Reading& reading, ep::SxImageBuf& image, ep::CxMetadata* metadata)
+{
+    if (reading.directory.find(reading.variable) || !reading.directory.find(numberedPlaneName(reading.variable, 0)))
+        return readArray(reading, image);
+    reading.baseName = reading.variable;
+    return readOwnOrForeign(reading, image, metadata);
 }
 
 }  // namespace
@@ -188,17 +214,18 @@ bool readMatImage(const QString& path, const ReadMatOptions& options, ep::SxImag
     error = ep::SxFileError();
     MatDirectory directory;
     const qint64 limit = options.memoryLimit > 0 ? options.memoryLimit : ep::internal::defaultMemoryLimit();
-    if (!directory.open(path, readableNames(options.baseName), limit, error)) {
+    if (!directory.open(path, readableNames(options), limit, error)) {
         ep::FreeBuffer(image);
         return false;
     }
-    const QString prefix = entropyPrefix(directory);
+    const bool isNamed = !options.variable.isEmpty();
+    const QString prefix = isNamed ? QString() : entropyPrefix(directory);
     if (!prefix.isEmpty()) {
         isEntropy = readEntropyPlanes(directory, prefix, limit, image, error);
         return isEntropy;
     }
-    Reading reading{directory, options.baseName, limit, error};
-    const bool isRead = readOwnOrForeign(reading, image, metadata);
+    Reading reading{directory, options.baseName, options.variable, limit, error};
+    const bool isRead = isNamed ? readNamed(reading, image, metadata) : readOwnOrForeign(reading, image, metadata);
     if (!isRead)
         ep::FreeBuffer(image);
     return isRead;

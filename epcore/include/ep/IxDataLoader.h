@@ -77,7 +77,8 @@ public:
     SxFileError lastError() const { return m_error; }
     /**
      * Options that name what to read in a file that can hold several things; the keys are those of the format's saver.
-     * The MAT loader reads "matname", the base name of the variables.
+     * The MAT loader reads "matname", the base name of the variables, and "variable", the one array to read (of rows x
+     * columns, or rows x columns x channels) instead of whatever it would take by itself.
      */
     QMap<QString, QVariant> options() const { return m_options; }
     void setOptions(const QMap<QString, QVariant>& options) { m_options = options; }  ///< sets options()
