@@ -41,23 +41,6 @@ for i = 1:numel(files)
 end
 )";
 
-/** Samples of which no program changes a bit: any integer, any finite float. */
-ep::CxScopedBuffer plainNumbers(const ep::SxImageInfo& info)
-{
-    ep::CxScopedBuffer image = testing::randomImage(info);
-    std::mt19937 random(7);
-    for (int c = 0; c < info.channels; ++c)
-        for (int y = 0; y < info.height; ++y)
-            for (int x = 0; x < info.width; ++x) {
-                const double number = (double(random()) - 2e9) / 3.0;
-                if (info.dataType == ep::DataTypeFloat)
-                    testing::setSample(image.image(), x, y, c, float(number));
-                if (info.dataType == ep::DataTypeDouble)
-                    testing::setSample(image.image(), x, y, c, number);
-            }
-    return image;
-}
-
 }  // namespace
 
 class MatStrangersTest : public QObject {
@@ -79,7 +62,7 @@ private:
 
 void MatStrangersTest::addImage(const QString& name, const ep::SxImageInfo& info)
 {
-    m_images.emplace(name, plainNumbers(info));
+    m_images.emplace(name, testing::plainNumbers(info));
 }
 
 /** Saves an image anew with metadata that is not kept to ASCII. */

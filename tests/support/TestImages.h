@@ -113,6 +113,23 @@ void setSample(ep::SxImageBuf& image, int x, int y, int c, T value)
     std::memcpy(address(image, x, y, c), &value, sizeof(T));
 }
 
+/** As randomImage(), of samples that no program changes a bit of: any integer, any finite float. */
+inline ep::CxScopedBuffer plainNumbers(const ep::SxImageInfo& info)
+{
+    ep::CxScopedBuffer image = randomImage(info);
+    std::mt19937 random(7);
+    for (int c = 0; c < info.channels; ++c)
+        for (int y = 0; y < info.height; ++y)
+            for (int x = 0; x < info.width; ++x) {
+                const double number = (double(random()) - 2e9) / 3.0;
+                if (info.dataType == ep::DataTypeFloat)
+                    setSample(image.image(), x, y, c, float(number));
+                if (info.dataType == ep::DataTypeDouble)
+                    setSample(image.image(), x, y, c, number);
+            }
+    return image;
+}
+
 /** Copies the bytes of a sample to an image of the same type. */
 inline void copySample(const ep::SxImageBuf& from, int fx, int fy, int fc, ep::SxImageBuf& to, int tx, int ty, int tc)
 {
