@@ -10,6 +10,7 @@
 enum class ExitCode {
     Done = 0,        ///< everything was done
     SomeFailed = 1,  ///< some of several files failed
+    Different = 1,   ///< two images that were compared are not the same
     Usage = 2,       ///< the command line makes no sense
     Unreadable = 3,  ///< the input could not be read
     Unwritable = 4,  ///< the output could not be written

@@ -4,6 +4,7 @@
  */
 #include "Cancellation.h"
 #include "Command.h"
+#include "CompareCommand.h"
 #include "ConvertCommand.h"
 #include "FormatsCommand.h"
 #include "InfoCommand.h"
@@ -30,7 +31,7 @@
 namespace {
 
 constexpr AddCommand commands[] = {
-    addInfoCommand, addConvertCommand, addMatCommand, addPluginsCommand, addFormatsCommand,
+    addInfoCommand, addConvertCommand, addCompareCommand, addMatCommand, addPluginsCommand, addFormatsCommand,
 };
 
 /** A stream that came closed is taken, with an end that fails: else the next file opened would be written into. */
@@ -64,7 +65,7 @@ void describe(CLI::App& program)
                    "  orn convert photo.dng photo.mat\n"
                    "  orn convert --help\n"
                    "\n"
-                   "Exit codes: 0 done, 1 some files failed, 2 usage, 3 unreadable input,\n"
+                   "Exit codes: 0 done, 1 some files failed or images differ, 2 usage, 3 unreadable input,\n"
                    "4 unwritable output, 5 refused (would lose samples, too large), 130 cancelled");
 }
 

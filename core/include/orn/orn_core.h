@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <orn/CompareChannel.h>
 #include <orn/ImageModel.h>
 #include <orn/Init.h>
 #include <orn/matlab/AddImage.h>

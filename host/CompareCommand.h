@@ -1,0 +1,10 @@
+/**
+ * @file
+ * `orn compare`: are two images the same?
+ */
+#pragma once
+
+#include "Command.h"
+
+/** Adds `orn compare`; see AddCommand. */
+void addCompareCommand(CLI::App& program, Output& output, ExitCode& exitCode);
