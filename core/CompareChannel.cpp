@@ -3,7 +3,7 @@
 #include <ep/ExStatus.h>
 #include <ep/internal/ImageCheck.h>
 #include <ep/internal/PlaneView.h>
-#include <ep/internal/SampleVisitor.h>
+#include <ep/internal/ReadRow.h>
 
 #include <cmath>
 #include <limits>
@@ -14,22 +14,12 @@ namespace orn {
 namespace {
 
 using ep::internal::ConstPlaneView;
+using ep::internal::readRow;
 
 /** True for integers that a double cannot hold exactly. */
 bool needsLongDouble(const ep::SxImageInfo& image)
 {
     return image.dataType == ep::DataTypeInt64 || image.dataType == ep::DataTypeUInt64;
-}
-
-/** One row as numbers of one type, so that the comparison is one loop for every pair of sample types. */
-template <typename Real>
-bool readRow(const ConstPlaneView& view, ep::ExImageDataType type, qint32 y, std::vector<Real>& row)
-{
-    return ep::internal::visitSampleType(type, [&](auto tag) {
-        using Sample = typename decltype(tag)::Type;
-        for (qint32 x = 0; x < view.width; ++x)
-            row[static_cast<std::size_t>(x)] = static_cast<Real>(ep::internal::loadSample<Sample>(view.sample(x, y)));
-    });
 }
 
 template <typename Real>
@@ -71,7 +61,7 @@ unsigned int compare(const ep::SxImageBuf& a, const ep::SxImageBuf& b, int chann
     SxChannelComparison found{static_cast<qint64>(a.width) * a.height, 0, 0, 0, -1, -1, 0, 0};
     Real squares = 0;
     for (qint32 y = 0; y < a.height; ++y) {
-        if (!readRow(viewA, a.dataType, y, rowA) || !readRow(viewB, b.dataType, y, rowB))
+        if (!readRow(viewA, a.dataType, y, rowA.data()) || !readRow(viewB, b.dataType, y, rowB.data()))
             return ep::StatusUnsupportedType;
         addRow(rowA, rowB, y, tolerance, found, squares);
     }

@@ -7,6 +7,7 @@
 #include <orn/CompareChannel.h>
 #include <orn/ImageModel.h>
 #include <orn/Init.h>
+#include <orn/PreviewImage.h>
 #include <orn/matlab/AddImage.h>
 #include <orn/matlab/CxMatlabImageLoader.h>
 #include <orn/matlab/CxMatlabImageMetadata.h>
