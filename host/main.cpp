@@ -11,6 +11,7 @@
 #include "MatCommand.h"
 #include "Output.h"
 #include "PluginsCommand.h"
+#include "PreviewCommand.h"
 
 #include <orn/orn_core.h>
 
@@ -31,7 +32,8 @@
 namespace {
 
 constexpr AddCommand commands[] = {
-    addInfoCommand, addConvertCommand, addCompareCommand, addMatCommand, addPluginsCommand, addFormatsCommand,
+    addInfoCommand, addConvertCommand, addCompareCommand, addPreviewCommand,
+    addMatCommand,  addPluginsCommand, addFormatsCommand,
 };
 
 /** A stream that came closed is taken, with an end that fails: else the next file opened would be written into. */

@@ -5,8 +5,10 @@
 #pragma once
 
 #include <orn/CompareChannel.h>
+#include <orn/EnlargeImage.h>
 #include <orn/ImageModel.h>
 #include <orn/Init.h>
+#include <orn/OrientImage.h>
 #include <orn/PreviewImage.h>
 #include <orn/matlab/AddImage.h>
 #include <orn/matlab/CxMatlabImageLoader.h>

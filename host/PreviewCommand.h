@@ -1,0 +1,10 @@
+/**
+ * @file
+ * `orn preview`: what a person sees.
+ */
+#pragma once
+
+#include "Command.h"
+
+/** Adds `orn preview`; see AddCommand. */
+void addPreviewCommand(CLI::App& program, Output& output, ExitCode& exitCode);
