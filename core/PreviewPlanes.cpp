@@ -1,5 +1,7 @@
 #include "PreviewPlanes.h"
 
+#include "CameraColors.h"
+
 #include <ep/internal/MosaicCell.h>
 #include <ep/internal/ReadRow.h>
 
@@ -182,7 +184,13 @@ ep::ExStatus fromMosaic(const ep::SxImageBuf& image, const ep::CxCommonImageMeta
     const QRect cells = wholeCells(region, cell, image);
     if (cells.isEmpty())
         return ep::StatusInvalidArgument;
-    return averageBlocks(part(planeView(image, 0), cells), image.dataType, cell, facts, planes);
+    const ep::ExStatus status = averageBlocks(part(planeView(image, 0), cells), image.dataType, cell, facts, planes);
+    ColorMatrix matrix{};
+    facts.colorsOfScreen =
+        status == ep::StatusOk && facts.whiteBalanced && screenFromCamera(common->colorMatrix, matrix);
+    if (facts.colorsOfScreen)
+        applyColorMatrix(matrix, planes.samples);
+    return status;
 }
 
 ep::ExStatus fromChannels(const ep::SxImageBuf& image, int channel, const QRect& region, PreviewPlanes& planes,

@@ -119,6 +119,8 @@ Facts factsOf(const Preview& preview)
         {QString(), QString(), QStringLiteral("scaled"), facts.scaled},
         {QStringLiteral("white balance"), yesOrNo(facts.whiteBalanced), QStringLiteral("whiteBalanced"),
          facts.whiteBalanced},
+        {QStringLiteral("sRGB colours"), yesOrNo(facts.colorsOfScreen), QStringLiteral("colorsOfScreen"),
+         facts.colorsOfScreen},
         {QStringLiteral("sRGB curve"), yesOrNo(facts.gammaApplied), QStringLiteral("gammaApplied"), facts.gammaApplied},
         {QStringLiteral("orientation"), QString::number(std::max(1, preview.orientation)),
          QStringLiteral("orientation"), std::max(1, preview.orientation)},

@@ -48,6 +48,7 @@ class PreviewImageTest : public QObject {
 private slots:
     void mosaicsGetTheirColours_data();
     void mosaicsGetTheirColours();
+    void cameraColoursBecomeThoseOfTheScreen();
     void aMosaicOfUnknownColoursIsGrey();
     void eightBitsAreShownAsTheyAre();
     void sixteenBitsAreScaledByPercentiles();
@@ -103,6 +104,26 @@ void PreviewImageTest::mosaicsGetTheirColours()
             QVERIFY(near(sampleAt<quint8>(preview.image(), x, y, 2), srgb(0.75)));
         }
     }
+}
+
+void PreviewImageTest::cameraColoursBecomeThoseOfTheScreen()
+{
+    // A camera that sees sRGB, but with red and blue exchanged.
+    ep::CxCommonImageMetadata common;
+    common.colorMatrix = {0.0557, -0.2040, 1.0570, -0.9689, 1.8758, 0.0415, 3.2406, -1.5372, -0.4986};
+    common.whiteBalance = {1, 1, 1};
+    common.blackLevels = {100};
+    const auto mosaic = flatMosaic(ep::BayerGridRGGB, QStringLiteral("RGGB"), 2, 8, 8);
+    ep::CxScopedBuffer preview;
+    orn::SxPreviewFacts facts;
+    QCOMPARE(orn::PreviewImage(mosaic.image(), &common, {}, preview, facts), unsigned(ep::StatusOk));
+    QVERIFY(facts.colorsOfScreen);
+    QVERIFY(near(sampleAt<quint8>(preview.image(), 1, 1, 0), srgb(0.25)));
+    QVERIFY(near(sampleAt<quint8>(preview.image(), 1, 1, 1), srgb(1)));
+    QVERIFY(near(sampleAt<quint8>(preview.image(), 1, 1, 2), srgb(0.5)));
+    common.colorMatrix = QVector<double>(9, 0);
+    QCOMPARE(orn::PreviewImage(mosaic.image(), &common, {}, preview, facts), unsigned(ep::StatusOk));
+    QVERIFY(!facts.colorsOfScreen);
 }
 
 void PreviewImageTest::aMosaicOfUnknownColoursIsGrey()

@@ -24,13 +24,14 @@ struct SxPreviewOptions {
 
 /** How samples became grey levels. */
 struct SxPreviewFacts {
-    int reductionX = 1;          ///< columns of the image per column of the preview
-    int reductionY = 1;          ///< rows of the image per row of the preview
-    double black = 0;            ///< the level drawn black; of mosaics, above the black level
-    double white = 0;            ///< the level drawn white
-    bool scaled = false;         ///< the two levels come from the percentiles, not from the range of 8-bit samples
-    bool whiteBalanced = false;  ///< the metadata's white balance was applied
-    bool gammaApplied = false;   ///< samples are linear (mosaic or real numbers) and went through the sRGB curve
+    int reductionX = 1;           ///< columns of the image per column of the preview
+    int reductionY = 1;           ///< rows of the image per row of the preview
+    double black = 0;             ///< the level drawn black; of mosaics, above the black level
+    double white = 0;             ///< the level drawn white
+    bool scaled = false;          ///< the two levels come from the percentiles, not from the range of 8-bit samples
+    bool whiteBalanced = false;   ///< the metadata's white balance was applied
+    bool colorsOfScreen = false;  ///< the metadata's colour matrix was applied: colours are those of sRGB
+    bool gammaApplied = false;    ///< samples are linear (mosaic or real numbers) and went through the sRGB curve
 };
 
 /**
@@ -45,6 +46,7 @@ struct SxPreviewFacts {
  *   R G | R G
  *   G B | G B
  * @endverbatim
+ * Where the metadata has both a white balance and a colour matrix, the camera's colours then become those of sRGB.
  * Blocks that are cut by the edge are left out; a region is widened to whole cells. A mosaic of unknown colours is
  * drawn in grey. Of other images with three or more channels the first three are red, green and blue.
  *
