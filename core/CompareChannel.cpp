@@ -1,5 +1,7 @@
 #include <orn/CompareChannel.h>
 
+#include "SampleDistance.h"
+
 #include <ep/ExStatus.h>
 #include <ep/internal/ImageCheck.h>
 #include <ep/internal/PlaneView.h>
@@ -16,27 +18,12 @@ namespace {
 using ep::internal::ConstPlaneView;
 using ep::internal::readRow;
 
-/** True for integers that a double cannot hold exactly. */
-bool needsLongDouble(const ep::SxImageInfo& image)
-{
-    return image.dataType == ep::DataTypeInt64 || image.dataType == ep::DataTypeUInt64;
-}
-
-template <typename Real>
-Real distance(Real a, Real b)
-{
-    if (a == b || (std::isnan(a) && std::isnan(b)))
-        return 0;
-    const Real distance = std::fabs(a - b);
-    return std::isnan(distance) ? std::numeric_limits<Real>::infinity() : distance;
-}
-
 template <typename Real>
 void addRow(const std::vector<Real>& a, const std::vector<Real>& b, qint32 y, double tolerance,
             SxChannelComparison& result, Real& squares)
 {
     for (std::size_t x = 0; x < a.size(); ++x) {
-        const Real apart = distance(a[x], b[x]);
+        const Real apart = sampleDistance(a[x], b[x]);
         squares += apart * apart;
         result.maximumError = std::fmax(result.maximumError, static_cast<double>(apart));
         if (apart <= static_cast<Real>(tolerance))

@@ -1,8 +1,8 @@
 #include "CompareCommand.h"
 
-#include "ImageReport.h"
+#include "ImageComparison.h"
 #include "Json.h"
-#include "Mosaic.h"
+#include "MetadataReport.h"
 #include "Output.h"
 #include "TextTable.h"
 
@@ -13,123 +13,51 @@
 
 #include <QJsonArray>
 
-#include <cmath>
+#include <algorithm>
 
 namespace {
 
 struct CompareOptions {
     std::string a;
     std::string b;
+    std::string picture;
     double tolerance = 0;
     bool samplesOnly = false;
     bool json = false;
 };
 
-/** What was found out about two images. */
-struct Comparison {
-    QStringList recordDifferences;  // what the descriptions do not agree in
-    QVector<orn::SxChannelComparison> channels;
-    double peak = 0;  // of the signal, for the signal-to-noise ratio
-
-    bool samplesAgree() const
-    {
-        return std::all_of(channels.begin(), channels.end(),
-                           [](const auto& channel) { return channel.differing == 0; });
-    }
-    bool agrees() const { return recordDifferences.isEmpty() && samplesAgree(); }
-};
-
-bool load(const std::string& file, ep::SxImageBuf& image, ExitCode& code, Output& output)
+bool load(const std::string& file, ep::SxImageBuf& image, ep::CxMetadata& metadata, ExitCode& code, Output& output)
 {
     ep::SxFileError error;
     output.setSubject(text(file));
-    if (ep::CxImageFormatManager::loadImageFromFile(text(file), image, nullptr, nullptr, &error))
+    if (ep::CxImageFormatManager::loadImageFromFile(text(file), image, &metadata, nullptr, &error))
         return true;
     output.problem(text(file), error.reason);
     code = exitCodeOfInput(error.kind);
     return false;
 }
 
-bool sameShape(const ep::SxImageInfo& a, const ep::SxImageInfo& b)
+QVector<PartComparison> rowsOf(const ImageComparison& comparison)
 {
-    return a.width == b.width && a.height == b.height && a.channels == b.channels;
+    if (comparison.colors.isEmpty())
+        return comparison.channels;
+    return comparison.colors + QVector<PartComparison>{{QStringLiteral("all"), comparison.channels.front().result}};
 }
 
-QStringList recordDifferences(const ep::SxImageInfo& a, const ep::SxImageInfo& b)
-{
-    QStringList differences;
-    const auto compare = [&](const QString& what, const QString& inA, const QString& inB) {
-        if (inA != inB)
-            differences << QStringLiteral("%1: %2, %3").arg(what, inA, inB);
-    };
-    const auto size = [](const ep::SxImageInfo& image) {
-        return QStringLiteral("%1 x %2").arg(image.width).arg(image.height);
-    };
-    compare(QStringLiteral("size"), size(a), size(b));
-    compare(QStringLiteral("channels"), QString::number(a.channels), QString::number(b.channels));
-    compare(QStringLiteral("sample type"), QLatin1String(ep::sampleFacts(a.dataType).name),
-            QLatin1String(ep::sampleFacts(b.dataType).name));
-    compare(QStringLiteral("depth"), QString::number(a.bitDepth), QString::number(b.bitDepth));
-    compare(QStringLiteral("grid"), gridName(a), gridName(b));
-    return differences;
-}
-
-bool isReal(const ep::SxImageInfo& image)
-{
-    return image.dataType == ep::DataTypeFloat || image.dataType == ep::DataTypeDouble;
-}
-
-/** The largest value of the depth; of real numbers, which have none, the span of all samples. */
-double peakOf(const ep::SxImageBuf& image)
-{
-    if (!isReal(image))
-        return std::ldexp(1.0, image.bitDepth) - 1;
-    double low = std::numeric_limits<double>::infinity();
-    double high = -low;
-    for (int channel = 0; channel < image.channels; ++channel) {
-        double minimum = 0;
-        double maximum = 0;
-        ep::SampleRange(image, channel, minimum, maximum);
-        low = std::fmin(low, minimum);
-        high = std::fmax(high, maximum);
-    }
-    return high - low;
-}
-
-/** @return false when the samples are no numbers. */
-bool compare(const CompareOptions& options, const ep::SxImageBuf& a, const ep::SxImageBuf& b, Comparison& comparison)
-{
-    if (!options.samplesOnly || !sameShape(a, b))
-        comparison.recordDifferences = recordDifferences(a, b);
-    if (!sameShape(a, b))
-        return true;
-    comparison.peak = peakOf(a);
-    comparison.channels.resize(a.channels);
-    for (int channel = 0; channel < a.channels; ++channel)
-        if (ep::failed(orn::CompareChannel(a, b, channel, options.tolerance, comparison.channels[channel])))
-            return false;
-    return true;
-}
-
-double decibels(const Comparison& comparison, const orn::SxChannelComparison& channel)
-{
-    return orn::peakSignalToNoise(channel.rmsError, comparison.peak);
-}
-
-void writeChannels(const Comparison& comparison, Output& output)
+void writeChannels(const ImageComparison& comparison, Output& output)
 {
     TextTable table({QStringLiteral("channel"), QStringLiteral("different"), QStringLiteral("first at"),
                      QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("max. error"),
                      QStringLiteral("RMS error"), QStringLiteral("PSNR")});
-    int number = 0;
-    for (const orn::SxChannelComparison& channel : comparison.channels) {
+    for (const PartComparison& row : rowsOf(comparison)) {
+        const orn::SxChannelComparison& channel = row.result;
         const bool differs = channel.differing > 0;
         const QString place = QStringLiteral("%1,%2").arg(channel.firstColumn).arg(channel.firstRow);
         table.addRow(
-            {QString::number(++number), QString::number(channel.differing), differs ? place : QString(),
+            {row.name, QString::number(channel.differing), differs ? place : QString(),
              differs ? numberText(channel.firstA) : QString(), differs ? numberText(channel.firstB) : QString(),
              numberText(channel.maximumError), QString::number(channel.rmsError, 'g', 6),
-             channel.rmsError > 0 ? QString::number(decibels(comparison, channel), 'f', 2) + QStringLiteral(" dB")
+             channel.rmsError > 0 ? QString::number(comparison.decibels(channel), 'f', 2) + QStringLiteral(" dB")
                                   : QStringLiteral("inf")});
     }
     table.write(output);
@@ -137,7 +65,7 @@ void writeChannels(const Comparison& comparison, Output& output)
                     .arg(numberText(comparison.peak)));
 }
 
-void writeText(const CompareOptions& options, const Comparison& comparison, Output& output)
+void writeText(const CompareOptions& options, const ImageComparison& comparison, Output& output)
 {
     const QString verdict = comparison.agrees() ? QStringLiteral("the same")
                             : comparison.samplesAgree() && !comparison.channels.isEmpty()
@@ -147,18 +75,18 @@ void writeText(const CompareOptions& options, const Comparison& comparison, Outp
     for (const QString& difference : comparison.recordDifferences)
         output.data(QStringLiteral("  %1\n").arg(difference));
     const bool anyError = std::any_of(comparison.channels.begin(), comparison.channels.end(),
-                                      [](const auto& channel) { return channel.maximumError > 0; });
+                                      [](const PartComparison& channel) { return channel.result.maximumError > 0; });
     if (anyError)
         writeChannels(comparison, output);
 }
 
-QJsonObject channelJson(const Comparison& comparison, const orn::SxChannelComparison& channel)
+QJsonObject partJson(const ImageComparison& comparison, const orn::SxChannelComparison& channel)
 {
     QJsonObject json{{QStringLiteral("samples"), static_cast<double>(channel.samples)},
                      {QStringLiteral("different"), static_cast<double>(channel.differing)},
                      {QStringLiteral("maximumError"), jsonNumber(channel.maximumError)},
                      {QStringLiteral("rmsError"), jsonNumber(channel.rmsError)},
-                     {QStringLiteral("psnr"), jsonNumber(decibels(comparison, channel))},
+                     {QStringLiteral("psnr"), jsonNumber(comparison.decibels(channel))},
                      {QStringLiteral("first"), QJsonValue::Null}};
     if (channel.differing > 0)
         json[QStringLiteral("first")] = QJsonObject{{QStringLiteral("x"), channel.firstColumn},
@@ -168,7 +96,7 @@ QJsonObject channelJson(const Comparison& comparison, const orn::SxChannelCompar
     return json;
 }
 
-void writeJson(const CompareOptions& options, const Comparison& comparison, Output& output)
+void writeJson(const CompareOptions& options, const ImageComparison& comparison, Output& output)
 {
     QJsonObject answer = jsonAnswer(QStringLiteral("compare"));
     answer[QStringLiteral("a")] = text(options.a);
@@ -178,21 +106,49 @@ void writeJson(const CompareOptions& options, const Comparison& comparison, Outp
     answer[QStringLiteral("peak")] = jsonNumber(comparison.peak);
     answer[QStringLiteral("recordDifferences")] = QJsonArray::fromStringList(comparison.recordDifferences);
     QJsonArray channels;
-    for (const orn::SxChannelComparison& channel : comparison.channels)
-        channels.append(channelJson(comparison, channel));
+    for (const PartComparison& channel : comparison.channels)
+        channels.append(partJson(comparison, channel.result));
     answer[QStringLiteral("channels")] = channels;
+    QJsonArray colors;
+    for (const PartComparison& color : comparison.colors) {
+        QJsonObject object = partJson(comparison, color.result);
+        object[QStringLiteral("name")] = color.name;
+        colors.append(object);
+    }
+    answer[QStringLiteral("colors")] = colors;
     output.json(answer);
+}
+
+/** Writes the picture of the differences where one is asked for. @return what went wrong */
+ExitCode writePicture(const CompareOptions& options, const ep::SxImageBuf& a, const ep::SxImageBuf& b, Output& output)
+{
+    if (options.picture.empty())
+        return ExitCode::Done;
+    ep::SxFileError error;
+    ep::CxScopedBuffer picture;
+    output.setSubject(text(options.picture));
+    if (!sameShape(a, b))
+        error = {ep::ExFileError::Refused, QStringLiteral("the images have different sizes: there is no picture")};
+    else if (ep::failed(orn::DifferencePicture(a, b, picture)))
+        error = {ep::ExFileError::TooLarge, QStringLiteral("there is no memory for the picture")};
+    if (error
+        || !ep::CxImageFormatManager::saveImageToFile(text(options.picture), picture.image(), nullptr, nullptr, false,
+                                                      QString(), &error))
+        output.problem(text(options.picture), error.reason);
+    return exitCodeOfOutput(error.kind);
 }
 
 ExitCode run(const CompareOptions& options, Output& output)
 {
     ep::CxScopedBuffer a;
     ep::CxScopedBuffer b;
+    ep::CxMetadata ofA;
+    ep::CxMetadata ofB;
     ExitCode code = ExitCode::Done;
-    if (!load(options.a, a.image(), code, output) || !load(options.b, b.image(), code, output))
+    if (!load(options.a, a.image(), ofA, code, output) || !load(options.b, b.image(), ofB, code, output))
         return code;
-    Comparison comparison;
-    if (!compare(options, a.image(), b.image(), comparison)) {
+    ImageComparison comparison;
+    if (!compareImages(a.image(), commonMetadata(ofA), b.image(), options.tolerance, options.samplesOnly, comparison)) {
         output.problem(text(options.a), QStringLiteral("samples of this type cannot be compared"));
         return ExitCode::Refused;
     }
@@ -200,6 +156,9 @@ ExitCode run(const CompareOptions& options, Output& output)
         writeJson(options, comparison, output);
     else
         writeText(options, comparison, output);
+    code = writePicture(options, a.image(), b.image(), output);
+    if (code != ExitCode::Done)
+        return code;
     return comparison.agrees() ? ExitCode::Done : ExitCode::Different;
 }
 
@@ -212,6 +171,7 @@ void addCompareCommand(CLI::App& program, Output& output, ExitCode& exitCode)
         addCommand(program, "compare", "Say whether two images are the same, and how far they are apart",
                    "  orn compare capture.dng capture.mat\n"
                    "  orn compare --tolerance 1 scene.tif repaired.tif\n"
+                   "  orn compare --picture difference.png scene.tif repaired.tif\n"
                    "  orn compare --samples-only capture12.tif capture16.tif");
     command->add_option("A", options->a, "The reference")->required()->type_name("");
     command->add_option("B", options->b, "The image compared with it")->required()->type_name("");
@@ -219,6 +179,10 @@ void addCompareCommand(CLI::App& program, Output& output, ExitCode& exitCode)
         ->type_name("NUMBER")
         ->check(CLI::NonNegativeNumber);
     command->add_flag("--samples-only", options->samplesOnly, "Compare values alone, not sample type, depth and grid");
+    command
+        ->add_option("--picture", options->picture,
+                     "Draw where they differ, scaled to the largest difference; black is equal")
+        ->type_name("FILE");
     addJsonFlag(*command, options->json);
     command->callback([options, &output, &exitCode] { exitCode = run(*options, output); });
 }

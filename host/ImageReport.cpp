@@ -1,12 +1,11 @@
 #include "ImageReport.h"
 
+#include "ImageParts.h"
 #include "Json.h"
 #include "Mosaic.h"
 
 #include <QJsonArray>
-#include <QMap>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -19,77 +18,24 @@ struct Range {
     double maximum;
 };
 
-void add(QVector<Range>& ranges, const Range& range)
-{
-    for (Range& known : ranges) {
-        if (known.name == range.name) {
-            known.minimum = std::fmin(known.minimum, range.minimum);
-            known.maximum = std::fmax(known.maximum, range.maximum);
-            return;
-        }
-    }
-    ranges << range;
-}
-
-QVector<Range> channelRanges(const ep::SxImageBuf& image)
+/** The ranges of the parts of an image; empty when its samples are no numbers. */
+QVector<Range> rangesOf(const ep::SxImageBuf& image, const QVector<ImagePart>& parts)
 {
     QVector<Range> ranges;
-    for (int channel = 0; channel < image.channels; ++channel) {
-        Range range{QStringLiteral("channel %1").arg(channel + 1), 0, 0};
-        if (ep::failed(ep::SampleRange(image, channel, range.minimum, range.maximum)))
-            return {};
+    for (const ImagePart& part : parts) {
+        constexpr double none = std::numeric_limits<double>::quiet_NaN();
+        Range range{part.name, none, none};
+        for (const SamplePlace& place : part.places) {
+            const SampleView samples = samplesAt(image, place);
+            double minimum = none;
+            double maximum = none;
+            if (ep::failed(ep::SampleRange(samples.image, samples.channel, minimum, maximum)))
+                return {};
+            range.minimum = std::fmin(range.minimum, minimum);
+            range.maximum = std::fmax(range.maximum, maximum);
+        }
         ranges << range;
     }
-    return ranges;
-}
-
-/** What each place of the cell is called, row by row: R, G1, B, G2 for the 2 x 2 grids, else colour or number. */
-QStringList placeNames(const ep::SxImageInfo& image, const ep::CxCommonImageMetadata* common)
-{
-    const QString colors = cellColors(image, common);
-    const QSize cell = cellSize(image);
-    QStringList names;
-    for (int place = 0; place < cell.width() * cell.height(); ++place) {
-        QString name = colors.isEmpty() ? QStringLiteral("place %1").arg(place + 1) : QString(colors[place]);
-        if (image.bayerGrid != ep::BayerGridCell && name == QLatin1String("G"))
-            name += colors.mid(place / 2 * 2, 2).contains(QLatin1Char('R')) ? QLatin1Char('1') : QLatin1Char('2');
-        names << name;
-    }
-    return names;
-}
-
-/** Row @p row of every cell of a packed mosaic: the same memory, where one pixel is a row of the cell. */
-ep::SxImageBuf cellRows(const ep::SxImageBuf& mosaic, const QSize& cell, int row)
-{
-    ep::SxImageBuf view = mosaic;
-    view.width = mosaic.width / cell.width();
-    view.height = mosaic.height / cell.height();
-    view.stride = mosaic.stride * cell.height();
-    view.channels = cell.width();
-    view.layout = ep::LayoutPacked;
-    view.data = static_cast<unsigned char*>(mosaic.data) + static_cast<qint64>(mosaic.stride) * row;
-    return view;
-}
-
-QVector<Range> colorRanges(const ep::SxImageBuf& mosaic, const ep::CxCommonImageMetadata* common)
-{
-    constexpr qint64 mostPlaces = 64;
-    const QSize cell = cellSize(mosaic);
-    const qint64 places = static_cast<qint64>(cell.width()) * cell.height();
-    if (places > mostPlaces || mosaic.stride > std::numeric_limits<qint32>::max() / cell.height())
-        return {};
-    const QStringList names = placeNames(mosaic, common);
-    QVector<Range> ranges;
-    for (int place = 0; place < places; ++place) {
-        Range range{names[place], 0, 0};
-        const ep::SxImageBuf rows = cellRows(mosaic, cell, place / cell.width());
-        if (ep::failed(ep::SampleRange(rows, place % cell.width(), range.minimum, range.maximum)))
-            return {};
-        add(ranges, range);
-    }
-    const QStringList order{QStringLiteral("R"), QStringLiteral("G1"), QStringLiteral("G"), QStringLiteral("B")};
-    const auto rank = [&](const Range& range) { return static_cast<unsigned>(order.indexOf(range.name)); };
-    std::stable_sort(ranges.begin(), ranges.end(), [&](const Range& a, const Range& b) { return rank(a) < rank(b); });
     return ranges;
 }
 
@@ -171,16 +117,15 @@ Facts sampleFactsOf(const ep::SxImageBuf& image, const ep::CxCommonImageMetadata
     qint32 usedBits = 0;
     if (!ep::failed(ep::DetectColorBitDepth(image, usedBits)))
         facts << Fact{QStringLiteral("bits used"), QString::number(usedBits), QStringLiteral("usedBits"), usedBits};
-    const QVector<Range> channels = channelRanges(image);
-    if (channels.isEmpty())
+    const QVector<Range> parts = rangesOf(image, imageParts(image, common));
+    if (parts.isEmpty())
         return facts;
-    Range whole = channels.front();
-    for (const Range& range : channels) {
+    Range whole = parts.front();
+    for (const Range& range : parts) {
         whole.minimum = std::fmin(whole.minimum, range.minimum);
         whole.maximum = std::fmax(whole.maximum, range.maximum);
     }
     facts << Fact{QStringLiteral("range"), rangeText(whole), QStringLiteral("range"), rangeJson(whole)};
-    const QVector<Range> parts = isMosaic(image) ? colorRanges(image, common) : channels;
     QJsonArray json;
     for (const Range& part : parts) {
         QJsonObject object = rangeJson(part);

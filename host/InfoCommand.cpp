@@ -1,9 +1,11 @@
 #include "InfoCommand.h"
 
+#include "ImageHistogram.h"
 #include "ImageReport.h"
 #include "Json.h"
 #include "MetadataReport.h"
 #include "Output.h"
+#include "TerminalHistogram.h"
 
 #include <ep/epcore.h>
 
@@ -16,6 +18,8 @@ namespace {
 
 struct InfoOptions {
     std::vector<std::string> files;
+    bool histogram = false;
+    bool logarithmic = false;
     bool json = false;
 };
 
@@ -52,10 +56,16 @@ QJsonArray metadataJson(const ep::CxMetadata& metadata)
     return list;
 }
 
-void writeText(const QString& file, const Facts& facts, const ep::CxMetadata& metadata, Output& output)
+/** The histogram as JSON; null when the samples are no numbers. */
+QJsonValue histogramJson(const ep::SxImageBuf& image, const QVector<ImagePart>& parts)
 {
-    output.data(output.emphasised(printable(file)) + QLatin1Char('\n'));
-    writeFacts(facts, output);
+    constexpr int mostBins = 256;
+    ImageHistogram histogram;
+    return countSamples(image, parts, mostBins, histogram) ? jsonOf(histogram) : QJsonValue();
+}
+
+void writeMetadata(const ep::CxMetadata& metadata, Output& output)
+{
     for (const ep::IxMetadataItem* item : metadata.items()) {
         output.data(QStringLiteral("  ") + output.emphasised(printable(itemTitle(*item))) + QLatin1Char('\n'));
         writeFacts(itemFacts(*item), output);
@@ -63,7 +73,7 @@ void writeText(const QString& file, const Facts& facts, const ep::CxMetadata& me
 }
 
 /** Reports one file: as text at once, as JSON into @p answers. */
-ExitCode report(const QString& file, bool json, QJsonArray& answers, Output& output)
+ExitCode report(const QString& file, const InfoOptions& options, QJsonArray& answers, Output& output)
 {
     output.setSubject(file);
     ep::CxScopedBuffer image;
@@ -74,14 +84,22 @@ ExitCode report(const QString& file, bool json, QJsonArray& answers, Output& out
         answers.append(QJsonObject{{QStringLiteral("file"), file}, {QStringLiteral("error"), jsonError(error)}});
         return exitCodeOfInput(error.kind);
     }
-    const Facts facts = factsOfImage(file, image.image(), commonMetadata(metadata));
-    if (!json) {
-        writeText(file, facts, metadata, output);
+    const ep::CxCommonImageMetadata* common = commonMetadata(metadata);
+    const Facts facts = factsOfImage(file, image.image(), common);
+    const QVector<ImagePart> parts = options.histogram ? imageParts(image.image(), common) : QVector<ImagePart>();
+    if (!options.json) {
+        output.data(output.emphasised(printable(file)) + QLatin1Char('\n'));
+        writeFacts(facts, output);
+        if (options.histogram && !writeHistogram(image.image(), parts, options.logarithmic, output))
+            output.note(file, QStringLiteral("samples of this type have no histogram"));
+        writeMetadata(metadata, output);
         return ExitCode::Done;
     }
     QJsonObject answer = jsonOf(facts);
     answer[QStringLiteral("file")] = file;
     answer[QStringLiteral("metadata")] = metadataJson(metadata);
+    if (options.histogram)
+        answer[QStringLiteral("histogram")] = histogramJson(image.image(), parts);
     answers.append(answer);
     return ExitCode::Done;
 }
@@ -91,7 +109,7 @@ ExitCode run(const InfoOptions& options, Output& output)
     QJsonArray answers;
     ExitCode lastFailure = ExitCode::Done;
     for (const std::string& file : options.files) {
-        const ExitCode code = report(text(file), options.json, answers, output);
+        const ExitCode code = report(text(file), options, answers, output);
         if (code != ExitCode::Done)
             lastFailure = code;
     }
@@ -111,8 +129,11 @@ void addInfoCommand(CLI::App& program, Output& output, ExitCode& exitCode)
     CLI::App* command = addCommand(program, "info", "Say what image files hold: samples, mosaic, value range, metadata",
                                    "  orn info photo.dng\n"
                                    "  orn info *.mat\n"
+                                   "  orn info --histogram --log photo.dng\n"
                                    "  orn info --json photo.tif");
     command->add_option("FILE", options->files, "The image files")->required()->type_name("");
+    command->add_flag("--histogram", options->histogram, "Draw how often which values occur, per channel or colour");
+    command->add_flag("--log", options->logarithmic, "Draw the histogram on a logarithmic scale")->needs("--histogram");
     addJsonFlag(*command, options->json);
     command->callback([options, &output, &exitCode] { exitCode = run(*options, output); });
 }

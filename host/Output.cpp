@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
@@ -96,7 +97,20 @@ void Output::message(const QString& file, const QString& text, bool isProblem)
 
 QString Output::emphasised(const QString& text) const
 {
-    return m_colouredData ? coloured(text, "1") : text;
+    return painted(text, "1");
+}
+
+QString Output::painted(const QString& text, const char* code) const
+{
+    return m_colouredData ? coloured(text, code) : text;
+}
+
+int Output::width() const
+{
+    constexpr int usual = 80;
+    winsize size{};
+    const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : usual;
 }
 
 ExitCode Output::finish(ExitCode code)

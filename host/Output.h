@@ -38,6 +38,10 @@ public:
 
     /** A heading or label in data, emphasised where colours are. */
     QString emphasised(const QString& text) const;
+    /** @p text in the colour of the terminal code @p code, where colours are. */
+    QString painted(const QString& text, const char* code) const;
+    /** How many characters of data fit on a line: as the terminal says, or 80 when data goes elsewhere. */
+    int width() const;
 
     /**
      * Flushes standard output. @return @p code, or ExitCode::Unwritable when @p code is Done and data did not arrive. A

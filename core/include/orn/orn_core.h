@@ -5,7 +5,9 @@
 #pragma once
 
 #include <orn/CompareChannel.h>
+#include <orn/DifferencePicture.h>
 #include <orn/EnlargeImage.h>
+#include <orn/HistogramChannel.h>
 #include <orn/ImageModel.h>
 #include <orn/Init.h>
 #include <orn/OrientImage.h>

@@ -1,0 +1,27 @@
+/**
+ * @file
+ * An image as a picture.
+ */
+#pragma once
+
+#include "PreviewRequest.h"
+
+#include <ep/epcore.h>
+#include <orn/orn_core.h>
+
+/** A picture and how it was made. */
+struct PreviewPicture {
+    ep::CxScopedBuffer picture;
+    orn::SxPreviewFacts facts;
+    int orientation = 0;
+    int enlargement = 1;
+};
+
+/**
+ * Reads @p file and draws upright what @p request wants to see of it.
+ * Throws CLI::ValidationError when the image does not have what is asked for.
+ */
+bool readPicture(const QString& file, const PreviewRequest& request, PreviewPicture& preview, ep::SxFileError& error);
+
+/** Draws one image; a DrawPreview. */
+ExitCode drawPicture(const PreviewRequest& request, Output& output);
