@@ -59,7 +59,8 @@ void ContactSheet::addPicture(const ep::SxImageBuf& picture, const QString& capt
 {
     const QImage::Format format = picture.channels == 3 ? QImage::Format_RGB888 : QImage::Format_Grayscale8;
     const QImage whole(static_cast<const uchar*>(picture.data), picture.width, picture.height, picture.stride, format);
-    m_tiles.push_back({fitted(whole).convertToFormat(QImage::Format_RGB888), QString(), caption});
+    // What fits as it is would still be the caller's memory.
+    m_tiles.push_back({fitted(whole).convertToFormat(QImage::Format_RGB888).copy(), QString(), caption});
 }
 
 void ContactSheet::addPlaceholder(const QString& reason, const QString& caption)

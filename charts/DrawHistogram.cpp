@@ -20,6 +20,8 @@ constexpr int margin = 12;
 constexpr int titleHeight = 30;
 constexpr int plotHeight = 230;
 constexpr int gap = 10;
+// What a painter can address.
+constexpr int longestSide = 32767;
 
 QSize sizeOf(const SxHistogramChart& chart)
 {
@@ -102,7 +104,8 @@ QByteArray drawHistogram(const SxHistogramChart& chart, ExChartFormat format)
     QByteArray bytes;
     QBuffer file(&bytes);
     auto* const drawFile = format == ExChartFormat::Png ? drawPng : format == ExChartFormat::Svg ? drawSvg : drawPdf;
-    const bool drawn = !chart.plots.isEmpty() && file.open(QIODevice::WriteOnly) && drawFile(chart, file);
+    const bool fits = !chart.plots.isEmpty() && sizeOf(chart).height() <= longestSide;
+    const bool drawn = fits && file.open(QIODevice::WriteOnly) && drawFile(chart, file);
     return drawn ? bytes : QByteArray();
 }
 

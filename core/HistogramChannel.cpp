@@ -65,12 +65,14 @@ SxHistogramBins integerBins(const Range& range, int most)
 
 SxHistogramBins realBins(const Range& range, int most)
 {
-    // A little wider than the range, so that the largest value lies within the last bin. Divided before the
-    // subtraction, which could overflow.
-    const double width = (range.high / most - range.low / most) * (1 + 8 * std::numeric_limits<double>::epsilon());
+    // The distance of two doubles can be too large for one; that of close ones is exact only when taken first.
+    const double span = range.high - range.low;
+    const double share = std::isfinite(span) ? span / most : range.high / most - range.low / most;
+    // A little wider, so that the largest value lies within the last bin.
+    const double width = share * (1 + 8 * std::numeric_limits<double>::epsilon());
     // One value alone, or values too close together for bins of their own.
     if (!(width / 2 > 0) || range.low + width == range.low)
-        return {range.low, std::fmax(1, 2 * (range.high - range.low)), 1};
+        return {range.low, std::fmax(1, 2 * span), 1};
     return {range.low, width, most};
 }
 
@@ -104,7 +106,9 @@ unsigned int HistogramBins(const ep::SxImageBuf& image, int most, SxHistogramBin
 {
     if (const ep::ExStatus status = ep::internal::checkImage(image))
         return status;
-    if (most < 1)
+    // Fewer could be too wide for a double, and would say nothing.
+    constexpr int fewest = 4;
+    if (most < fewest)
         return ep::StatusInvalidArgument;
     Range range;
     qint32 bits = 0;

@@ -62,7 +62,7 @@ void CommandLineTest::refusesAWrongCommandLine_data()
     QTest::addColumn<QString>("arguments");
     QTest::addColumn<QString>("said");
     QTest::newRow("no command") << ""
-                                << "info, convert, mat, plugins, formats";
+                                << "info, convert, compare, preview, mat, plugins, formats";
     QTest::newRow("an unknown command") << "develop a.dng"
                                         << "'develop' is no subcommand";
     QTest::newRow("an unknown option before the command") << "--verbose info a.dng"

@@ -35,7 +35,7 @@ struct SxChannelHistogram {
  * number in every bin: else the histogram would have combs that are not in the image.
  *
  * @param bins  filled on success, else left alone
- * @return an ep::ExStatus: fails on an empty image, @p most below 1 and samples that are no numbers
+ * @return an ep::ExStatus: fails on an empty image, @p most below 4 and samples that are no numbers
  */
 ORN_EXPORT unsigned int HistogramBins(const ep::SxImageBuf& image, int most, SxHistogramBins& bins);
 
