@@ -70,10 +70,10 @@ QVector<QwtIntervalSample> barsOf(const SxHistogramChart& chart, const SxPlot& p
 {
     const double foot = chart.logarithmic ? logarithmicFoot : 0;
     QVector<QwtIntervalSample> bars;
-    for (int bin = 0; bin < plot.counts.size(); ++bin) {
-        const double low = chart.low + chart.binWidth * bin;
-        bars << QwtIntervalSample(std::max(foot, static_cast<double>(plot.counts[bin])), low, low + chart.binWidth);
-    }
+    // Where a bar does not end exactly where the next one begins, the outline would be broken.
+    const auto edge = [&](int bin) { return chart.low + chart.binWidth * bin; };
+    for (int bin = 0; bin < plot.counts.size(); ++bin)
+        bars << QwtIntervalSample(std::max(foot, static_cast<double>(plot.counts[bin])), edge(bin), edge(bin + 1));
     return bars;
 }
 

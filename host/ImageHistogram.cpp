@@ -38,6 +38,11 @@ bool isReal(ep::ExImageDataType type)
     return type == ep::DataTypeFloat || type == ep::DataTypeDouble;
 }
 
+QString levelText(double level, ep::ExImageDataType type)
+{
+    return isReal(type) ? QString::number(level, 'g', 6) : numberText(level);
+}
+
 qint64 sum(const QVector<qint64>& counts)
 {
     return std::accumulate(counts.begin(), counts.end(), qint64(0));
@@ -85,15 +90,15 @@ bool countSamples(const ep::SxImageBuf& image, const QVector<ImagePart>& parts, 
     return true;
 }
 
-double firstLevel(const ImageHistogram& histogram)
+QString firstLevelText(const ImageHistogram& histogram, ep::ExImageDataType type)
 {
-    return histogram.bins.low;
+    return levelText(histogram.bins.low, type);
 }
 
-double lastLevel(const ImageHistogram& histogram, ep::ExImageDataType type)
+QString lastLevelText(const ImageHistogram& histogram, ep::ExImageDataType type)
 {
     const orn::SxHistogramBins& bins = histogram.bins;
-    return bins.low + bins.width * bins.count - (isReal(type) ? 0 : 1);
+    return levelText(bins.low + bins.width * bins.count - (isReal(type) ? 0 : 1), type);
 }
 
 QString binsText(const ImageHistogram& histogram, ep::ExImageDataType type)

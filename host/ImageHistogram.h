@@ -30,9 +30,9 @@ struct ImageHistogram {
 bool countSamples(const ep::SxImageBuf& image, const QVector<ImagePart>& parts, int mostBins,
                   ImageHistogram& histogram);
 
-/** The first and the last level of a histogram, for axes; of integers, the last level that the last bin holds. */
-double firstLevel(const ImageHistogram& histogram);
-double lastLevel(const ImageHistogram& histogram, ep::ExImageDataType type);
+/** The first and the last level of a histogram, for axes: of integers, the last level that the last bin holds. */
+QString firstLevelText(const ImageHistogram& histogram, ep::ExImageDataType type);
+QString lastLevelText(const ImageHistogram& histogram, ep::ExImageDataType type);
 
 /** "512 bins of 32 levels", of real numbers "512 bins of 0.001". */
 QString binsText(const ImageHistogram& histogram, ep::ExImageDataType type);

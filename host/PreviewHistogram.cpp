@@ -83,7 +83,7 @@ Facts factsOf(const PreviewRequest& request, const ep::SxImageInfo& image, const
          jsonOf(histogram)},
         {QStringLiteral("levels"),
          QStringLiteral("%1 .. %2")
-             .arg(numberText(firstLevel(histogram)), numberText(lastLevel(histogram, image.dataType))),
+             .arg(firstLevelText(histogram, image.dataType), lastLevelText(histogram, image.dataType)),
          QString(), QJsonValue()},
         {QStringLiteral("scale"), scale, QStringLiteral("scale"), scale},
     };

@@ -114,7 +114,7 @@ bool writeHistogram(const ep::SxImageBuf& image, const QVector<ImagePart>& parts
         writePart(part, heightsOf(part.histogram.counts, histogram.largestCount(), logarithmic), repeat, nameWidth,
                   output);
     output.data(nameColumn(QString(), nameWidth)
-                + axis(numberText(firstLevel(histogram)), numberText(lastLevel(histogram, image.dataType)),
+                + axis(firstLevelText(histogram, image.dataType), lastLevelText(histogram, image.dataType),
                        histogram.bins.count * repeat)
                 + QLatin1Char('\n'));
     return true;
