@@ -53,36 +53,40 @@ private:
     QTemporaryDir m_folder;
 };
 
-/** Draws for as long as it lives. */
+/** Makes the application object that fonts and widgets need, once. */
+void startApplication()
+{
+    // Stronger than the environment: a display that is named there but does not answer would end the process.
+    static char program[] = "orn";
+    static char option[] = "-platform";
+    static char platform[] = "offscreen";
+    static char* arguments[] = {program, option, platform, nullptr};
+    static int count = 3;
+    // Kept to the end of the process: nothing is gained by an end of its own, and the platform leaks its screen then.
+    static QApplication* application = nullptr;
+    if (application)
+        return;
+    const KeptLocale locale;
+    const OwnRuntimeFolder folder;
+    application = new QApplication(count, arguments);
+    QLocale::setDefault(QLocale::c());
+}
+
+/** Draws. */
 class Charts : public IxCharts {
 public:
-    Charts()
-    {
-        const KeptLocale locale;
-        const OwnRuntimeFolder folder;
-        m_application = std::make_unique<QApplication>(m_argumentCount, m_arguments);
-        QLocale::setDefault(QLocale::c());
-    }
     QByteArray drawHistogram(const SxHistogramChart& chart, ExChartFormat format) override
     {
         return charts::drawHistogram(chart, format);
     }
     std::unique_ptr<IxContactSheet> newContactSheet() override { return std::make_unique<ContactSheet>(); }
-
-private:
-    // Stronger than the environment: a display that is named there but does not answer would end the process.
-    char m_program[4] = "orn";
-    char m_option[10] = "-platform";
-    char m_platform[10] = "offscreen";
-    char* m_arguments[4] = {m_program, m_option, m_platform, nullptr};
-    int m_argumentCount = 3;
-    std::unique_ptr<QApplication> m_application;
 };
 
 }  // namespace
 
 std::unique_ptr<IxCharts> ChartsModule::start()
 {
+    startApplication();
     return std::make_unique<Charts>();
 }
 

@@ -50,7 +50,7 @@ public:
     virtual bool draw(ep::CxScopedBuffer& sheet) = 0;
 };
 
-/** Draws. One object at a time, in the main thread; what it made must be gone before it. */
+/** Draws, in the main thread. */
 class IxCharts {
 public:
     virtual ~IxCharts() = default;
