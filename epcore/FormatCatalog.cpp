@@ -6,6 +6,8 @@
 
 #include "FormatFilter.h"
 
+#include <QMetaClassInfo>
+
 #include <algorithm>
 #include <limits>
 #include <memory>
@@ -41,6 +43,37 @@ int rankFor(const QList<SxFormatInfo>& formats, ExFormatUse use, const QString& 
     return rank;
 }
 
+/** Takes over what @p known says of what the format keeps. */
+void describe(SxFormatInfo& format, const SxFormatInfo& known)
+{
+    if (format.types.isEmpty())
+        format.types = known.types;
+    if (format.channels.isEmpty())
+        format.channels = known.channels;
+    format.mosaic = format.mosaic || known.mosaic;
+    format.metadata = format.metadata || known.metadata;
+}
+
+/** What the class infos of a loader or saver that comes with no plug-in say of what its format keeps. */
+SxFormatInfo classDescription(const QMetaObject& metaObject)
+{
+    const auto info = [&](const char* name) {
+        const int index = metaObject.indexOfClassInfo(name);
+        return index < 0 ? QString() : QString::fromLatin1(metaObject.classInfo(index).value());
+    };
+    SxFormatInfo description;
+    description.types = info("FormatTypes");
+    description.channels = info("FormatChannels");
+    description.mosaic = info("FormatMosaic") == QLatin1String("yes");
+    description.metadata = info("FormatMetadata") == QLatin1String("yes");
+    return description;
+}
+
+bool isListed(const QList<SxFormatInfo>& list, const QString& filter)
+{
+    return std::any_of(list.begin(), list.end(), [&](const SxFormatInfo& entry) { return entry.filter == filter; });
+}
+
 /** Adds @p format, or what it adds to the entry of the same filter. */
 void merge(QList<SxFormatInfo>& list, const SxFormatInfo& format)
 {
@@ -53,6 +86,7 @@ void merge(QList<SxFormatInfo>& list, const SxFormatInfo& format)
     same->reads = same->reads || format.reads;
     same->writes = same->writes || format.writes;
     same->rank = std::max(same->rank, format.rank);
+    describe(*same, format);
 }
 
 }  // namespace
@@ -75,9 +109,16 @@ const QList<SxFormatInfo>& FormatCatalog::formatsOf(const QMetaObject& metaObjec
         return *known;
     QList<SxFormatInfo> formats;
     const QList<QPair<QString, int>> served = askForFormats(metaObject);
-    for (const auto& entry : served)
-        formats.append({entry.first, filterSuffixes(entry.first), CxRtti::displayName(metaObject), entry.second,
-                        use == ExFormatUse::Read, use == ExFormatUse::Write});
+    for (const auto& entry : served) {
+        SxFormatInfo format = classDescription(metaObject);
+        format.filter = entry.first;
+        format.suffixes = filterSuffixes(entry.first);
+        format.provider = CxRtti::displayName(metaObject);
+        format.rank = entry.second;
+        format.reads = use == ExFormatUse::Read;
+        format.writes = use == ExFormatUse::Write;
+        formats.append(format);
+    }
     return *m_formats.insert(&metaObject, formats);
 }
 
@@ -92,8 +133,8 @@ QList<SxFormatInfo> FormatCatalog::formats() const
                 merge(list, format);
     }
     for (const SxFormatPlugin& plugin : m_plugins.plugins())
-        if (plugin.isPending)
-            for (const SxFormatInfo& format : plugin.formats)
+        for (const SxFormatInfo& format : plugin.formats)
+            if (plugin.isPending || isListed(list, format.filter))
                 merge(list, format);
     std::sort(list.begin(), list.end(),
               [](const SxFormatInfo& a, const SxFormatInfo& b) { return a.filter < b.filter; });

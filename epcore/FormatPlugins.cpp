@@ -34,6 +34,10 @@ QList<SxFormatInfo> declaredFormats(const QJsonObject& pluginData, const QString
         format.rank = object.value(QLatin1String("rank")).toInt();
         format.reads = object.value(QLatin1String("read")).toBool();
         format.writes = object.value(QLatin1String("write")).toBool();
+        format.types = object.value(QLatin1String("types")).toString();
+        format.channels = object.value(QLatin1String("channels")).toString();
+        format.mosaic = object.value(QLatin1String("mosaic")).toBool();
+        format.metadata = object.value(QLatin1String("metadata")).toBool();
         formats.append(format);
     }
     return formats;

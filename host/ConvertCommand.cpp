@@ -152,6 +152,28 @@ void sayFailure(const ConvertOptions& options, const std::string& file, const ep
     output.json(answer);
 }
 
+/** The format that the suffix of @p file is written in. */
+ep::SxFormatInfo writtenFormat(const QString& file)
+{
+    const QString suffix = QFileInfo(file).suffix().toLower();
+    ep::SxFormatInfo best;
+    for (const ep::SxFormatInfo& format : ep::CxImageFormatManager::instance()->formats())
+        if (format.writes && format.suffixes.contains(suffix) && (!best.writes || format.rank > best.rank))
+            best = format;
+    return best;
+}
+
+/** What the samples are all kept without. */
+void noteWhatIsNotKept(const ConvertOptions& options, Picture& picture)
+{
+    const ep::SxFormatInfo format = writtenFormat(text(options.output));
+    if (isMosaic(picture.image) && !format.mosaic)
+        picture.notes
+            << QStringLiteral("this format does not keep the grid %1 of the mosaic").arg(gridName(picture.image));
+    if (!picture.metadata.isEmpty() && !format.metadata)
+        picture.notes << QStringLiteral("this format does not keep metadata");
+}
+
 void saySuccess(const ConvertOptions& options, const Picture& picture, Output& output)
 {
     for (const QString& note : picture.notes)
@@ -187,6 +209,7 @@ ExitCode run(const ConvertOptions& options, Output& output)
         sayFailure(options, options.output, error, output);
         return exitCodeOfOutput(error.kind);
     }
+    noteWhatIsNotKept(options, picture);
     saySuccess(options, picture, output);
     return ExitCode::Done;
 }

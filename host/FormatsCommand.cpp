@@ -21,6 +21,10 @@ void writeJson(const QList<ep::SxFormatInfo>& formats, Output& output)
                                 {QStringLiteral("reads"), format.reads},
                                 {QStringLiteral("writes"), format.writes},
                                 {QStringLiteral("rank"), format.rank},
+                                {QStringLiteral("types"), format.types},
+                                {QStringLiteral("channels"), format.channels},
+                                {QStringLiteral("mosaic"), format.mosaic},
+                                {QStringLiteral("metadata"), format.metadata},
                                 {QStringLiteral("provider"), format.provider}});
     }
     QJsonObject answer = jsonAnswer(QStringLiteral("formats"));
@@ -34,30 +38,26 @@ QString nameOf(const ep::SxFormatInfo& format)
     return format.filter.section(QStringLiteral(" ("), 0, 0);
 }
 
-/** The suffixes in lines that fit beside the other columns. */
-QStringList suffixLines(const QStringList& suffixes)
+/** The plug-in or class that serves a format, in short. */
+QString providerOf(const ep::SxFormatInfo& format)
 {
-    constexpr int longest = 32;
-    QStringList lines{QString()};
-    for (const QString& suffix : suffixes) {
-        if (lines.last().size() + suffix.size() > longest)
-            lines << QString();
-        lines.last() += (lines.last().isEmpty() ? QStringLiteral(".") : QStringLiteral(" .")) + suffix;
-    }
-    return lines;
+    const QString prefix = QStringLiteral("epformat_");
+    return format.provider.startsWith(prefix) ? format.provider.mid(prefix.size()) : format.provider;
 }
 
 void writeText(const QList<ep::SxFormatInfo>& formats, Output& output)
 {
-    TextTable table({QStringLiteral("format"), QStringLiteral("reads"), QStringLiteral("writes"),
-                     QStringLiteral("rank"), QStringLiteral("suffixes"), QStringLiteral("provider")});
+    constexpr int longestCell = 12;
+    TextTable table({QStringLiteral("format"), QStringLiteral("use"), QStringLiteral("types"),
+                     QStringLiteral("channels"), QStringLiteral("mosaic"), QStringLiteral("metadata"),
+                     QStringLiteral("plug-in"), QStringLiteral("suffixes")});
     const auto yesOrNo = [](bool yes) { return yes ? QStringLiteral("yes") : QStringLiteral("no"); };
     for (const ep::SxFormatInfo& format : formats) {
-        const QStringList suffixes = suffixLines(format.suffixes);
-        table.addRow({nameOf(format), yesOrNo(format.reads), yesOrNo(format.writes), QString::number(format.rank),
-                      suffixes.first(), format.provider});
-        for (const QString& line : suffixes.mid(1))
-            table.addRow({QString(), QString(), QString(), QString(), line, QString()});
+        const QString use = QLatin1String(format.reads ? "r" : "") + QLatin1String(format.writes ? "w" : "");
+        const QString suffixes = QLatin1Char('.') + format.suffixes.join(QStringLiteral(" ."));
+        table.addWrappedRow({nameOf(format), use, format.types, format.channels, yesOrNo(format.mosaic),
+                             yesOrNo(format.metadata), providerOf(format), suffixes},
+                            longestCell);
     }
     table.write(output);
 }
@@ -71,7 +71,9 @@ void addFormatsCommand(CLI::App& program, Output& output, ExitCode&)
                                    "  orn formats\n"
                                    "  orn formats --json\n"
                                    "\n"
-                                   "Of several formats with one suffix, that of the highest rank is tried first.");
+                                   "use: r reads, w writes; types, channels, mosaic and metadata: what a file of this\n"
+                                   "format keeps. Of several formats with one suffix, that of the highest rank\n"
+                                   "(see --json) is tried first.");
     addJsonFlag(*command, *json);
     command->callback([json, &output] {
         const QList<ep::SxFormatInfo> formats = ep::CxImageFormatManager::instance()->formats();

@@ -4,12 +4,44 @@
 
 #include <algorithm>
 
+namespace {
+
+/** The words of @p text in lines of up to @p longest characters. */
+QStringList wrapped(const QString& text, int longest)
+{
+    QStringList lines{QString()};
+    for (const QString& word : text.split(QLatin1Char(' '))) {
+        if (!lines.last().isEmpty() && lines.last().size() + 1 + word.size() > longest)
+            lines << QString();
+        lines.last() += (lines.last().isEmpty() ? QString() : QStringLiteral(" ")) + word;
+    }
+    return lines;
+}
+
+}  // namespace
+
 void TextTable::addRow(const QStringList& cells)
 {
     QStringList row;
     for (const QString& cell : cells)
         row << printable(cell);
     m_rows << row;
+}
+
+void TextTable::addWrappedRow(const QStringList& cells, int longest)
+{
+    QVector<QStringList> lines;
+    int height = 1;
+    for (const QString& cell : cells) {
+        lines << (lines.isEmpty() ? QStringList{cell} : wrapped(cell, longest));
+        height = std::max(height, lines.last().size());
+    }
+    for (int i = 0; i < height; ++i) {
+        QStringList row;
+        for (const QStringList& cellLines : lines)
+            row << cellLines.value(i);
+        addRow(row);
+    }
 }
 
 void TextTable::write(Output& output) const

@@ -16,7 +16,10 @@ public:
     explicit TextTable(const QStringList& headings) : m_headings(headings) {}
 
     void addRow(const QStringList& cells);  ///< as many cells as there are headings
-    void write(Output& output) const;       ///< writes headings and rows as data
+    /** As addRow(), with cells longer than @p longest continued below, where there is a blank. The first cell, which
+     * names the row, stays whole. */
+    void addWrappedRow(const QStringList& cells, int longest);
+    void write(Output& output) const;  ///< writes headings and rows as data
 
 private:
     QString line(const QStringList& cells, const QVector<int>& widths) const;

@@ -14,6 +14,7 @@ private slots:
     void aMosaicEndsWithAWholeCell();
     void aMosaicOfNoWholeCellIsRefused();
     void aPhotographIsNoCapture();
+    void saysWhatAFormatDoesNotKeep();
     void writesEntropyImages_data();
     void writesEntropyImages();
     void anEntropyImageIsOfDoubles();
@@ -97,6 +98,17 @@ void ConvertLossTest::aPhotographIsNoCapture()
     QVERIFY2(run.code == 5, run.all());
     QVERIFY2(saysOf(run, m_files->path("out.dng"), ""), run.all());
     QCOMPARE(m_files->names(), QStringList{QStringLiteral("photo.tif")});
+}
+
+void ConvertLossTest::saysWhatAFormatDoesNotKeep()
+{
+    QVERIFY(m_files->save(QStringLiteral("in.tif"), cameraMosaic(ep::BayerGridGBRG, 64, 48)));
+    const ProgramRun bare = m_files->convert("in.tif", "out.jp2");
+    QVERIFY2(bare.code == 0, bare.all());
+    QVERIFY2(saysOf(bare, m_files->path("out.jp2"), "grid GBRG"), bare.all());
+    QVERIFY2(saysOf(bare, m_files->path("out.jp2"), "metadata"), bare.all());
+    const ProgramRun whole = m_files->convert("in.tif", "out.pgm");
+    QVERIFY2(whole.code == 0 && whole.err.isEmpty(), whole.all());
 }
 
 void ConvertLossTest::writesEntropyImages_data()

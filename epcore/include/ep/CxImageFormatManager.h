@@ -21,12 +21,16 @@ namespace ep {
 
 /** One format, for lists shown to people. */
 struct SxFormatInfo {
-    QString filter;        ///< "TIFF image (*.tif *.tiff)"
-    QStringList suffixes;  ///< "tif", "tiff": lower case, without dot; "*" stands for any
-    QString provider;      ///< display name of the class, or the plug-in file that brings it when it is not loaded yet
-    int rank = 0;          ///< candidates for the same suffix: the higher is tried first
-    bool reads = false;    ///< a loader serves it
-    bool writes = false;   ///< a saver serves it
+    QString filter;         ///< "TIFF image (*.tif *.tiff)"
+    QStringList suffixes;   ///< "tif", "tiff": lower case, without dot; "*" stands for any
+    QString provider;       ///< display name of the class, or the plug-in file that brings it when it is not loaded yet
+    int rank = 0;           ///< candidates for the same suffix: the higher is tried first
+    bool reads = false;     ///< a loader serves it
+    bool writes = false;    ///< a saver serves it
+    QString types;          ///< sample types that it keeps, by their names; empty: not stated
+    QString channels;       ///< channel counts that it keeps, such as "1, 3" or "any"; empty: not stated
+    bool mosaic = false;    ///< it keeps the colour-filter grid of a mosaic
+    bool metadata = false;  ///< it keeps the metadata
 };
 
 /**
