@@ -2,7 +2,8 @@
  * @file
  * What every subcommand is made of.
  *
- * A subcommand is a file NameCommand.cpp with one function of the type AddCommand, and a line in the list of main.cpp.
+ * A subcommand is a file NameCommand.cpp with one function of the type AddCommand, and a line in the list of
+ * CommandLine.cpp.
  */
 #pragma once
 

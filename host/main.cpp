@@ -4,14 +4,8 @@
  */
 #include "Cancellation.h"
 #include "Command.h"
-#include "CompareCommand.h"
-#include "ConvertCommand.h"
-#include "FormatsCommand.h"
-#include "InfoCommand.h"
-#include "MatCommand.h"
+#include "CommandLine.h"
 #include "Output.h"
-#include "PluginsCommand.h"
-#include "PreviewCommand.h"
 
 #include <orn/orn_core.h>
 
@@ -31,11 +25,6 @@
 
 namespace {
 
-constexpr AddCommand commands[] = {
-    addInfoCommand, addConvertCommand, addCompareCommand, addPreviewCommand,
-    addMatCommand,  addPluginsCommand, addFormatsCommand,
-};
-
 /** A stream that came closed is taken, with an end that fails: else the next file opened would be written into. */
 void occupyStandardStreams()
 {
@@ -54,21 +43,6 @@ void prepareProcess()
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     endCleanlyOnSignals();
-}
-
-void describe(CLI::App& program)
-{
-    program.name("orn");
-    program.set_version_flag("--version", "orn " ORN_VERSION, "Print the version and exit");
-    program.set_help_flag("-h,--help", "Print this help and exit");
-    program.require_subcommand(1);
-    program.footer("Examples:\n"
-                   "  orn info photo.dng\n"
-                   "  orn convert photo.dng photo.mat\n"
-                   "  orn convert --help\n"
-                   "\n"
-                   "Exit codes: 0 done, 1 some files failed or images differ, 2 usage, 3 unreadable input,\n"
-                   "4 unwritable output, 5 refused (would lose samples, too large), 130 cancelled");
 }
 
 /** The arguments, last one first, as the parser wants them. */
@@ -138,10 +112,8 @@ int main(int argc, char** argv)
     orn::Init();
     Output output;
     ExitCode exitCode = ExitCode::Done;
-    CLI::App program("Images of cameras: what they hold, and from one format into another");
-    describe(program);
-    for (AddCommand add : commands)
-        add(program, output, exitCode);
+    CLI::App program;
+    describeCommandLine(program, output, exitCode);
     try {
         program.parse(reversedArguments(argc, argv));
         exitCode = output.finish(exitCode);

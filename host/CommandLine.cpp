@@ -1,0 +1,39 @@
+#include "CommandLine.h"
+
+#include "Command.h"
+#include "CompareCommand.h"
+#include "ConvertCommand.h"
+#include "FormatsCommand.h"
+#include "InfoCommand.h"
+#include "MatCommand.h"
+#include "PluginsCommand.h"
+#include "PreviewCommand.h"
+
+#include <CLI/CLI.hpp>
+
+namespace {
+
+constexpr AddCommand commands[] = {
+    addInfoCommand, addConvertCommand, addCompareCommand, addPreviewCommand,
+    addMatCommand,  addPluginsCommand, addFormatsCommand,
+};
+
+}  // namespace
+
+void describeCommandLine(CLI::App& program, Output& output, ExitCode& exitCode)
+{
+    program.name("orn");
+    program.description("Images of cameras: what they hold, and from one format into another");
+    program.set_version_flag("--version", "orn " ORN_VERSION, "Print the version and exit");
+    program.set_help_flag("-h,--help", "Print this help and exit");
+    program.require_subcommand(1);
+    program.footer("Examples:\n"
+                   "  orn info photo.dng\n"
+                   "  orn convert photo.dng photo.mat\n"
+                   "  orn convert --help\n"
+                   "\n"
+                   "Exit codes: 0 done, 1 some files failed or images differ, 2 usage, 3 unreadable input,\n"
+                   "4 unwritable output, 5 refused (would lose samples, too large), 130 cancelled");
+    for (AddCommand add : commands)
+        add(program, output, exitCode);
+}

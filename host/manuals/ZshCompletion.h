@@ -1,0 +1,12 @@
+/**
+ * @file
+ * Completion in zsh.
+ */
+#pragma once
+
+#include "CommandTree.h"
+
+#include <string>
+
+/** A function for zsh's completion system that completes the command lines of @p program. */
+std::string zshCompletion(const Command& program);
