@@ -6,7 +6,8 @@
 
 #include "FormatFilter.h"
 
-#include <QMetaClassInfo>
+#include <QMetaObject>
+#include <QVariant>
 
 #include <algorithm>
 #include <limits>
@@ -23,14 +24,36 @@ QString interfaceName(ExFormatUse use)
     return use == ExFormatUse::Read ? QStringLiteral("IxImageDataLoader") : QStringLiteral("IxImageDataSaver");
 }
 
-QList<QPair<QString, int>> askForFormats(const QMetaObject& metaObject)
+QList<QPair<QString, int>> filtersOf(const QObject* object)
 {
-    const std::unique_ptr<QObject> object(metaObject.newInstance());
-    if (const auto* loader = qobject_cast<IxImageDataLoader*>(object.get()))
+    if (const auto* loader = qobject_cast<const IxImageDataLoader*>(object))
         return loader->formats();
-    if (const auto* saver = qobject_cast<IxImageDataSaver*>(object.get()))
+    if (const auto* saver = qobject_cast<const IxImageDataSaver*>(object))
         return saver->formats();
     return {};
+}
+
+/** The formats of a loader or saver class, with what its dynamic properties say of what they keep. */
+QList<SxFormatInfo> askForFormats(const QMetaObject& metaObject, ExFormatUse use)
+{
+    const std::unique_ptr<const QObject> object(metaObject.newInstance());
+    QList<SxFormatInfo> formats;
+    const QList<QPair<QString, int>> filters = filtersOf(object.get());
+    for (const auto& filter : filters) {
+        SxFormatInfo format;
+        format.filter = filter.first;
+        format.suffixes = filterSuffixes(filter.first);
+        format.provider = CxRtti::displayName(metaObject);
+        format.rank = filter.second;
+        format.reads = use == ExFormatUse::Read;
+        format.writes = use == ExFormatUse::Write;
+        format.types = object->property("types").toString();
+        format.channels = object->property("channels").toString();
+        format.mosaic = object->property("mosaic").toBool();
+        format.metadata = object->property("metadata").toBool();
+        formats.append(format);
+    }
+    return formats;
 }
 
 /** The highest rank among those of @p formats that serve @p fileName; noRank when none does. */
@@ -52,21 +75,6 @@ void describe(SxFormatInfo& format, const SxFormatInfo& known)
         format.channels = known.channels;
     format.mosaic = format.mosaic || known.mosaic;
     format.metadata = format.metadata || known.metadata;
-}
-
-/** What the class infos of a loader or saver that comes with no plug-in say of what its format keeps. */
-SxFormatInfo classDescription(const QMetaObject& metaObject)
-{
-    const auto info = [&](const char* name) {
-        const int index = metaObject.indexOfClassInfo(name);
-        return index < 0 ? QString() : QString::fromLatin1(metaObject.classInfo(index).value());
-    };
-    SxFormatInfo description;
-    description.types = info("FormatTypes");
-    description.channels = info("FormatChannels");
-    description.mosaic = info("FormatMosaic") == QLatin1String("yes");
-    description.metadata = info("FormatMetadata") == QLatin1String("yes");
-    return description;
 }
 
 bool isListed(const QList<SxFormatInfo>& list, const QString& filter)
@@ -107,19 +115,7 @@ const QList<SxFormatInfo>& FormatCatalog::formatsOf(const QMetaObject& metaObjec
     const auto known = m_formats.constFind(&metaObject);
     if (known != m_formats.cend())
         return *known;
-    QList<SxFormatInfo> formats;
-    const QList<QPair<QString, int>> served = askForFormats(metaObject);
-    for (const auto& entry : served) {
-        SxFormatInfo format = classDescription(metaObject);
-        format.filter = entry.first;
-        format.suffixes = filterSuffixes(entry.first);
-        format.provider = CxRtti::displayName(metaObject);
-        format.rank = entry.second;
-        format.reads = use == ExFormatUse::Read;
-        format.writes = use == ExFormatUse::Write;
-        formats.append(format);
-    }
-    return *m_formats.insert(&metaObject, formats);
+    return *m_formats.insert(&metaObject, askForFormats(metaObject, use));
 }
 
 QList<SxFormatInfo> FormatCatalog::formats() const

@@ -59,7 +59,14 @@ QString refusalOf(const ep::SxImageBuf& image)
 
 }  // namespace
 
-CxMatlabImageSaver::CxMatlabImageSaver() = default;
+CxMatlabImageSaver::CxMatlabImageSaver()
+{
+    // What MAT files keep, for lists of formats.
+    setProperty("types", QStringLiteral("int8 uint8 int16 uint16 int32 uint32 float double"));
+    setProperty("channels", QStringLiteral("any"));
+    setProperty("mosaic", true);
+    setProperty("metadata", true);
+}
 
 CxMatlabImageSaver::~CxMatlabImageSaver() = default;
 

@@ -19,7 +19,10 @@
 
 namespace ep {
 
-/** One format, for lists shown to people. */
+/**
+ * One format, for lists shown to people. What it keeps is stated by the plug-in's JSON data, or by a saver that comes
+ * with no plug-in in its dynamic properties "types", "channels", "mosaic" and "metadata".
+ */
 struct SxFormatInfo {
     QString filter;         ///< "TIFF image (*.tif *.tiff)"
     QStringList suffixes;   ///< "tif", "tiff": lower case, without dot; "*" stands for any

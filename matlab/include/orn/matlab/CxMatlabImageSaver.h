@@ -21,10 +21,6 @@ namespace matlab {
 class ORN_EXPORT CxMatlabImageSaver : public ep::IxImageDataSaver {
     Q_OBJECT
     Q_CLASSINFO("CustomName", "Matlab Image Saver")
-    Q_CLASSINFO("FormatTypes", "int8 uint8 int16 uint16 int32 uint32 float double")
-    Q_CLASSINFO("FormatChannels", "any")
-    Q_CLASSINFO("FormatMosaic", "yes")
-    Q_CLASSINFO("FormatMetadata", "yes")
 public:
     Q_INVOKABLE CxMatlabImageSaver();
     ~CxMatlabImageSaver() override;
