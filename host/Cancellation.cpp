@@ -9,6 +9,7 @@
 #include <system_error>
 #include <thread>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -19,12 +20,20 @@ bool isIgnored(int signal)
     return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
+/** From now on no file can be opened or created: else the command at work might make a file anew that is given up. */
+void openNoMoreFiles()
+{
+    const struct rlimit none = {};
+    setrlimit(RLIMIT_NOFILE, &none);
+}
+
 /** A thread may do what a signal handler may not, so it is a thread that the signals go to. */
 [[noreturn]] void waitForSignal(const sigset_t& signals)
 {
     int signal = 0;
     while (sigwait(&signals, &signal) != 0)
         continue;
+    openNoMoreFiles();
     ep::CxSafeFile::abandonAll();
     _exit(static_cast<int>(ExitCode::Cancelled));
 }
