@@ -4,6 +4,7 @@
 
 #include <ep/CxSafeFile.h>
 
+#include <atomic>
 #include <csignal>
 #include <initializer_list>
 #include <system_error>
@@ -20,6 +21,8 @@ bool isIgnored(int signal)
     return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
+std::atomic<bool> isInterrupted{false};
+
 /** From now on no file can be opened or created: else the command at work might make a file anew that is given up. */
 void openNoMoreFiles()
 {
@@ -33,6 +36,7 @@ void openNoMoreFiles()
     int signal = 0;
     while (sigwait(&signals, &signal) != 0)
         continue;
+    isInterrupted = true;
     openNoMoreFiles();
     ep::CxSafeFile::abandonAll();
     _exit(static_cast<int>(ExitCode::Cancelled));
@@ -54,4 +58,10 @@ void endCleanlyOnSignals()
         // Without the thread, the signals do what they always do.
         pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
     }
+}
+
+void leaveToInterrupt()
+{
+    while (isInterrupted)
+        pause();
 }

@@ -10,3 +10,9 @@
  * other thread exists.
  */
 void endCleanlyOnSignals();
+
+/**
+ * Call it where the program would end by itself. When an interrupt is ending it, what failed did so because of that:
+ * does not return then, so that the exit code is that of the interrupt.
+ */
+void leaveToInterrupt();

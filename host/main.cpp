@@ -120,6 +120,7 @@ int main(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         exitCode = answer(program, error, output);
     }
+    leaveToInterrupt();
     orn::Finish();
     return static_cast<int>(exitCode);
 }
