@@ -18,6 +18,7 @@ namespace {
 
 struct InfoOptions {
     std::vector<std::string> files;
+    std::string variable;
     bool histogram = false;
     bool logarithmic = false;
     bool json = false;
@@ -72,6 +73,22 @@ void writeMetadata(const ep::CxMetadata& metadata, Output& output)
     }
 }
 
+/** What the loader is told; MAT files alone know variables, so that any other file is not to be asked for one. */
+QMap<QString, QVariant> loaderOptions(const InfoOptions& options)
+{
+    QMap<QString, QVariant> map;
+    if (!options.variable.empty())
+        map[QStringLiteral("variable")] = text(options.variable);
+    return map;
+}
+
+void checkOptions(const InfoOptions& options)
+{
+    for (const std::string& file : options.files)
+        if (!options.variable.empty() && QFileInfo(text(file)).suffix().toLower() != QLatin1String("mat"))
+            throw CLI::ValidationError("--variable is for MAT files: '" + file + "' does not end in .mat");
+}
+
 /** Reports one file: as text at once, as JSON into @p answers. */
 ExitCode report(const QString& file, const InfoOptions& options, QJsonArray& answers, Output& output)
 {
@@ -79,7 +96,8 @@ ExitCode report(const QString& file, const InfoOptions& options, QJsonArray& ans
     ep::CxScopedBuffer image;
     ep::CxMetadata metadata;
     ep::SxFileError error;
-    if (!ep::CxImageFormatManager::loadImageFromFile(file, image.image(), &metadata, nullptr, &error)) {
+    const QMap<QString, QVariant> map = loaderOptions(options);
+    if (!ep::CxImageFormatManager::loadImageFromFile(file, image.image(), &metadata, &map, &error)) {
         output.problem(file, error.reason);
         answers.append(QJsonObject{{QStringLiteral("file"), file}, {QStringLiteral("error"), jsonError(error)}});
         return exitCodeOfInput(error.kind);
@@ -106,6 +124,7 @@ ExitCode report(const QString& file, const InfoOptions& options, QJsonArray& ans
 
 ExitCode run(const InfoOptions& options, Output& output)
 {
+    checkOptions(options);
     QJsonArray answers;
     ExitCode lastFailure = ExitCode::Done;
     for (const std::string& file : options.files) {
@@ -129,9 +148,14 @@ void addInfoCommand(CLI::App& program, Output& output, ExitCode& exitCode)
     CLI::App* command = addCommand(program, "info", "Say what image files hold: samples, mosaic, value range, metadata",
                                    "  orn info photo.dng\n"
                                    "  orn info *.mat\n"
+                                   "  orn info --variable scene workspace.mat\n"
                                    "  orn info --histogram --log photo.dng\n"
                                    "  orn info --json photo.tif");
     command->add_option("FILE", options->files, "The image files")->required()->type_name("");
+    command
+        ->add_option("--variable", options->variable,
+                     "MAT: read this array, or the image that was written with --name NAME")
+        ->type_name("NAME");
     command->add_flag("--histogram", options->histogram, "Draw how often which values occur, per channel or colour");
     command->add_flag("--log", options->logarithmic, "Draw the histogram on a logarithmic scale")->needs("--histogram");
     addJsonFlag(*command, options->json);

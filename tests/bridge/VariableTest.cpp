@@ -8,6 +8,7 @@
 
 #include <ep/epcore.h>
 
+#include <QJsonArray>
 #include <QTemporaryDir>
 
 using namespace testing;
@@ -259,6 +260,12 @@ void VariableTest::theNameMayBeThatOfAnImageOfOurs()
     QCOMPARE(int(image->bayerGrid), int(ep::BayerGridGRBG));
     QVERIFY(metadata.findItem(orn::matlab::CxMatlabImageMetadata::staticMetaObject));
 
+    const ProgramRun info = runOrn({QStringLiteral("info"), QStringLiteral("--variable"), QStringLiteral("scene"),
+                                    QStringLiteral("--json"), mat("scene")});
+    QVERIFY2(info.code == 0, info.all());
+    const QJsonObject said = info.json()[QStringLiteral("files")].toArray().at(0).toObject();
+    QCOMPARE(said[QStringLiteral("mosaic")].toObject()[QStringLiteral("grid")].toString(), QStringLiteral("GRBG"));
+
     // Planes without metadata are no image of ours, and are listed.
     QVERIFY(orn::matlab::SaveEntropyImageToMat(mosaic.image(), QStringLiteral("ENT"), mat("entropy"), false));
     const ProgramRun run = convert(mat("entropy"), path(QStringLiteral("refused.tif")), "ENT");
@@ -303,6 +310,10 @@ void VariableTest::otherInputsHaveNoVariables()
     const ProgramRun run = convert(path(QStringLiteral("a.tif")), path(QStringLiteral("b.tif")), "rgb");
     QCOMPARE(run.code, 2);
     QVERIFY2(run.err.contains(QStringLiteral("--variable is for MAT files: IN must end in .mat")), run.all());
+    const ProgramRun info = runOrn(
+        {QStringLiteral("info"), QStringLiteral("--variable"), QStringLiteral("rgb"), path(QStringLiteral("a.tif"))});
+    QCOMPARE(info.code, 2);
+    QVERIFY2(info.err.contains(QStringLiteral("a.tif' does not end in .mat")), info.all());
 }
 
 QTEST_GUILESS_MAIN(VariableTest)
