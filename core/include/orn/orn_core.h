@@ -7,11 +7,14 @@
 #include <orn/CompareChannel.h>
 #include <orn/DifferencePicture.h>
 #include <orn/EnlargeImage.h>
+#include <orn/GetLevelsToRepair.h>
 #include <orn/HistogramChannel.h>
 #include <orn/ImageModel.h>
 #include <orn/Init.h>
+#include <orn/InvalidPixel.h>
 #include <orn/OrientImage.h>
 #include <orn/PreviewImage.h>
+#include <orn/RepairImage.h>
 #include <orn/matlab/AddImage.h>
 #include <orn/matlab/CxMatlabImageLoader.h>
 #include <orn/matlab/CxMatlabImageMetadata.h>

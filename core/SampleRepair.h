@@ -1,0 +1,198 @@
+/**
+ * @file
+ * The search behind RepairImage(), for one sample size.
+ */
+#pragma once
+
+#include "RandomDraws.h"
+
+#include <orn/InvalidPixel.h>
+
+#include <ep/ChannelIndexLogicalToPhysical.h>
+#include <ep/internal/CheckedSize.h>
+#include <ep/internal/PlaneView.h>
+#include <ep/internal/SampleVisitor.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace orn {
+
+/** Where a slot of a ring lies, seen from the ring's centre. */
+struct RingCell {
+    qint64 dx;
+    qint64 dy;
+};
+
+/** Cells of the square ring of @p radius. */
+inline qint64 ringCellCount(qint64 radius)
+{
+    return 8 * radius;
+}
+
+/**
+ * Slot @p slot of the ring of @p radius. Slots run down the columns, the columns from left to right:
+ * @verbatim
+ *   radius 1    0 3 5
+ *               1   6
+ *               2 4 7
+ * @endverbatim
+ */
+inline RingCell ringCell(qint64 radius, qint64 slot)
+{
+    const qint64 side = 2 * radius + 1;
+    if (slot < side)
+        return {-radius, slot - radius};
+    const qint64 inner = slot - side;  // of the columns between the sides, which have two cells each
+    if (inner < 2 * (side - 2))
+        return {1 - radius + inner / 2, inner % 2 == 0 ? -radius : radius};
+    return {radius, inner - 2 * (side - 2) - radius};
+}
+
+/** Which pixels a repair may read and write. Bytes past the mask's rows are not there, and admit. */
+class RepairMask {
+public:
+    RepairMask(const ep::SxImageBuf& mask, qint32 rows)
+        : m_bytes(static_cast<const unsigned char*>(mask.data)), m_stride(mask.stride),
+          m_size(mask.data ? (ep::internal::CheckedSize(mask.stride) * rows).value() : 0)
+    {
+    }
+    bool admits(qint64 row, qint64 column) const
+    {
+        const qint64 offset = row * m_stride + column;
+        return offset >= m_size || m_bytes[offset] != 0;
+    }
+
+private:
+    const unsigned char* m_bytes;
+    qint64 m_stride;
+    qint64 m_size;
+};
+
+/**
+ * One repair of an image whose samples are read as @p Sample, std::uint8_t or std::uint16_t. The random generator is
+ * taken as it stands. For the arguments see RepairImage(), which has checked them.
+ */
+template <typename Sample>
+class SampleRepair {
+public:
+    SampleRepair(ep::SxImageBuf& image, const ep::SxImageBuf& mask, const bool* const* levelsToRepair,
+                 QVector<InvalidPixel>* records)
+        : m_image(image), m_mask(mask, image.height), m_invalid(levelsToRepair), m_records(records),
+          m_sources(static_cast<std::size_t>(std::max(image.channels, 0)), Unknown)
+    {
+        // A type of no size is read as the samples that it is repaired as.
+        m_image.dataType = sizeof(Sample) == 1 ? ep::DataTypeUInt8 : ep::DataTypeUInt16;
+    }
+
+    void run()
+    {
+        for (qint32 plane = 0; plane < ep::internal::storedPlaneCount(m_image); ++plane)
+            for (qint32 y = 0; y < m_image.height; ++y)
+                repairRow(plane, y);
+    }
+
+private:
+    enum Sources : char { Unknown, None, Some };
+
+    bool isInvalid(const unsigned char* sample, qint32 channel) const
+    {
+        return m_invalid[channel][ep::internal::loadSample<Sample>(sample)];
+    }
+
+    /** Repairs row @p y of one plane, or of all channels of a packed image. */
+    void repairRow(qint32 plane, qint32 y)
+    {
+        const qint32 past = m_image.layout == ep::LayoutPlanar ? plane + 1 : m_image.channels;
+        const unsigned char* sample = ep::internal::planeView(m_image, plane).row(y);
+        qint64 own = 0;  // the mask byte of the sample itself moves on with every sample, not with every pixel
+        for (qint32 x = 0; x < m_image.width; ++x)
+            for (qint32 channel = plane; channel < past; ++channel, ++own, sample += sizeof(Sample))
+                if (isInvalid(sample, channel) && m_mask.admits(y, own))
+                    repairSample(x, y, channel);
+    }
+
+    void repairSample(qint32 x, qint32 y, qint32 channel)
+    {
+        if (!hasSource(channel))
+            return;
+        const ep::internal::PlaneView plane = ep::internal::planeView(m_image, channel);
+        const qint64 reach = std::max({x, y, m_image.width - 1 - x, m_image.height - 1 - y});
+        qint64 slots = 8;
+        for (qint64 radius = 1; radius <= reach; ++radius) {
+            const qint64 start = drawRandom() % slots;
+            if (const unsigned char* source = findInRing(plane, channel, x, y, radius, start)) {
+                const auto found = ep::internal::loadSample<Sample>(source);
+                record(x, y, channel, ep::internal::loadSample<Sample>(plane.sample(x, y)), found);
+                ep::internal::storeSample(plane.sample(x, y), found);
+                return;
+            }
+            const qint64 nextSide = 2 * radius + 3;
+            slots = nextSide * nextSide - slots - 1;  // 8, 16, 32, 48, 72, ...: the sequence of draws depends on it
+        }
+    }
+
+    /** The first valid sample of the ring, from slot @p start on and once around; null when there is none. */
+    const unsigned char* findInRing(const ep::internal::ConstPlaneView& plane, qint32 channel, qint64 x, qint64 y,
+                                    qint64 radius, qint64 start) const
+    {
+        const qint64 cells = ringCellCount(radius);
+        const qint64 first = start < cells ? start : 0;  // slots past the cells are empty
+        for (qint64 i = 0; i < cells; ++i) {
+            const qint64 slot = first + i;
+            const RingCell cell = ringCell(radius, slot < cells ? slot : slot - cells);
+            if (isSource(plane, channel, x + cell.dx, y + cell.dy))
+                return plane.sample(x + cell.dx, y + cell.dy);
+        }
+        return nullptr;
+    }
+
+    bool isSource(const ep::internal::ConstPlaneView& plane, qint32 channel, qint64 x, qint64 y) const
+    {
+        return x >= 0 && y >= 0 && x < plane.width && y < plane.height && m_mask.admits(y, x)
+               && !isInvalid(plane.sample(x, y), channel);
+    }
+
+    /** False when no sample of @p channel is valid: every search would go through the whole image, in vain. */
+    bool hasSource(qint32 channel)
+    {
+        Sources& known = m_sources[static_cast<std::size_t>(channel)];
+        if (known == Unknown)
+            known = findAnySource(channel) ? Some : None;
+        return known == Some;
+    }
+
+    bool findAnySource(qint32 channel) const
+    {
+        const ep::internal::ConstPlaneView plane = ep::internal::planeView(m_image, channel);
+        for (qint64 y = 0; y < plane.height; ++y)
+            for (qint64 x = 0; x < plane.width; ++x)
+                if (isSource(plane, channel, x, y))
+                    return true;
+        return false;
+    }
+
+    /** Notes a repair. The record of a packed pixel grows by a pair with every one of its channels. */
+    void record(qint32 x, qint32 y, qint32 channel, Sample before, Sample after)
+    {
+        constexpr qint32 recordedChannels = 4;
+        if (!m_records || channel >= recordedChannels)
+            return;
+        const bool isPlanar = m_image.layout == ep::LayoutPlanar;
+        if (isPlanar || m_record.x != x || m_record.y != y)
+            m_record = {x, y, {}, {}};
+        const int slot = isPlanar ? channel : ep::ChannelIndexLogicalToPhysical(channel, m_image);
+        m_record.oldValues[slot] = before;
+        m_record.newValues[slot] = after;
+        m_records->append(m_record);
+    }
+
+    ep::SxImageBuf m_image;
+    RepairMask m_mask;
+    const bool* const* m_invalid;
+    QVector<InvalidPixel>* m_records;
+    std::vector<Sources> m_sources;
+    InvalidPixel m_record{};
+};
+
+}  // namespace orn
