@@ -5,6 +5,7 @@
 #pragma once
 
 #include <orn/CompareChannel.h>
+#include <orn/DefectList.h>
 #include <orn/DifferencePicture.h>
 #include <orn/EnlargeImage.h>
 #include <orn/GetLevelsToRepair.h>
