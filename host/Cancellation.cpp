@@ -1,6 +1,7 @@
 #include "Cancellation.h"
 
 #include "ExitCodes.h"
+#include "InterruptHandler.h"
 
 #include <ep/CxSafeFile.h>
 
@@ -34,7 +35,7 @@ void openNoMoreFiles()
 [[noreturn]] void waitForSignal(const sigset_t& signals)
 {
     int signal = 0;
-    while (sigwait(&signals, &signal) != 0)
+    while (sigwait(&signals, &signal) != 0 || InterruptHandler::takesInterrupt())
         continue;
     isInterrupted = true;
     openNoMoreFiles();

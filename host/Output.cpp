@@ -1,5 +1,7 @@
 #include "Output.h"
 
+#include "NoteCollector.h"
+
 #include <QByteArray>
 #include <QJsonDocument>
 #include <QtGlobal>
@@ -25,6 +27,15 @@ QString coloured(const QString& text, const char* code)
     return QStringLiteral("\033[%1m%2\033[0m").arg(QLatin1String(code), text);
 }
 
+/** Columns of the terminal behind @p descriptor, or what is usual where there is none. */
+int widthOf(int descriptor)
+{
+    constexpr int usual = 80;
+    winsize size{};
+    const bool isKnown = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : usual;
+}
+
 /** The text of a message whose items are "ERROR", "|" and the text. */
 QString withoutDecoration(QString text)
 {
@@ -45,7 +56,9 @@ QString printable(const QString& text)
     return result;
 }
 
-Output::Output() : m_colouredData(wantsColour(STDOUT_FILENO)), m_colouredMessages(wantsColour(STDERR_FILENO))
+Output::Output()
+    : m_colouredData(wantsColour(STDOUT_FILENO)), m_colouredMessages(wantsColour(STDERR_FILENO)),
+      m_dataIsSeen(isatty(STDOUT_FILENO))
 {
     s_current = this;
     qInstallMessageHandler(&Output::relayQtMessage);
@@ -59,12 +72,17 @@ Output::~Output()
 
 void Output::data(const QString& text)
 {
-    if (m_writeError != 0)
-        return;
     const QByteArray bytes = text.toUtf8();
     const size_t size = static_cast<size_t>(bytes.size());
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_writeError != 0)
+        return;
+    if (m_dataIsSeen)
+        eraseStatus();
     if (std::fwrite(bytes.constData(), 1, size, stdout) != size)
         m_writeError = errno;
+    if (m_dataIsSeen)
+        showStatus();
 }
 
 void Output::json(const QJsonObject& answer)
@@ -82,6 +100,48 @@ void Output::note(const QString& file, const QString& text)
     message(file, QStringLiteral("note: ") + text, false);
 }
 
+void Output::remark(const QString& text)
+{
+    message(QString(), text, false);
+}
+
+void Output::setSubject(const QString& file)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_subject = file;
+}
+
+void Output::setStatus(const QString& line)
+{
+    if (!hasStatus())
+        return;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    eraseStatus();
+    m_status = line.toUtf8();
+    showStatus();
+}
+
+int Output::statusWidth() const
+{
+    // A terminal that is written up to its last column may go to the next line by itself.
+    return widthOf(STDERR_FILENO) - 1;
+}
+
+void Output::eraseStatus()
+{
+    if (!m_status.isEmpty())
+        std::fputs("\r\033[K", stderr);
+}
+
+void Output::showStatus()
+{
+    if (m_status.isEmpty())
+        return;
+    std::fflush(stdout);
+    std::fputs(m_status.constData(), stderr);
+    std::fflush(stderr);
+}
+
 void Output::message(const QString& file, const QString& text, bool isProblem)
 {
     QString program = QStringLiteral("orn:");
@@ -91,8 +151,11 @@ void Output::message(const QString& file, const QString& text, bool isProblem)
     if (!file.isNull())
         line += (file.isEmpty() ? QStringLiteral("''") : printable(file)) + QStringLiteral(": ");
     line += printable(text) + QLatin1Char('\n');
+    const std::lock_guard<std::mutex> lock(m_mutex);
     std::fflush(stdout);
+    eraseStatus();
     std::fputs(line.toUtf8().constData(), stderr);
+    showStatus();
 }
 
 QString Output::emphasised(const QString& text) const
@@ -107,10 +170,7 @@ QString Output::painted(const QString& text, const char* code) const
 
 int Output::width() const
 {
-    constexpr int usual = 80;
-    winsize size{};
-    const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return isKnown ? size.ws_col : usual;
+    return widthOf(STDOUT_FILENO);
 }
 
 ExitCode Output::finish(ExitCode code)
@@ -125,6 +185,15 @@ ExitCode Output::finish(ExitCode code)
 
 void Output::relayQtMessage(QtMsgType type, const QMessageLogContext&, const QString& text)
 {
-    if (s_current && type != QtDebugMsg && type != QtInfoMsg)
-        s_current->note(s_current->m_subject, withoutDecoration(text));
+    if (!s_current || type == QtDebugMsg || type == QtInfoMsg)
+        return;
+    const QString plain = withoutDecoration(text);
+    if (NoteCollector::takes(plain))
+        return;
+    QString subject;
+    {
+        const std::lock_guard<std::mutex> lock(s_current->m_mutex);
+        subject = s_current->m_subject;
+    }
+    s_current->note(subject, plain);
 }

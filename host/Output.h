@@ -6,8 +6,11 @@
 
 #include "ExitCodes.h"
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QString>
+
+#include <mutex>
 
 /** @p text with its control characters replaced, so that nothing in a file can steer the terminal. */
 QString printable(const QString& text);
@@ -16,7 +19,8 @@ QString printable(const QString& text);
  * The program's two streams, always in UTF-8. One object at a time; while it lives it catches Qt's messages and says
  * them as its own.
  *
- * Colours appear where a stream is a terminal and NO_COLOR is not set.
+ * Colours appear where a stream is a terminal and NO_COLOR is not set. Several threads may speak at once; what each
+ * says stays whole.
  */
 class Output {
 public:
@@ -33,8 +37,17 @@ public:
     void problem(const QString& file, const QString& reason);
     /** As problem(), for what does not make the command fail. */
     void note(const QString& file, const QString& text);
-    /** The file that Qt's messages are about from now on. */
-    void setSubject(const QString& file) { m_subject = file; }
+    /** Says @p text on standard error, where it is neither problem nor note. */
+    void remark(const QString& text);
+    /** The file that Qt's messages are about from now on, where no NoteCollector takes them. */
+    void setSubject(const QString& file);
+
+    /** Whether setStatus() shows anything: standard error is a terminal that can replace a line. */
+    bool hasStatus() const { return m_colouredMessages; }
+    /** Keeps @p line below everything else that is said; it fits on a line of the terminal. None when empty. */
+    void setStatus(const QString& line);
+    /** How many characters of a status fit on a line. */
+    int statusWidth() const;
 
     /** A heading or label in data, emphasised where colours are. */
     QString emphasised(const QString& text) const;
@@ -52,9 +65,15 @@ public:
 private:
     static void relayQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& text);
     void message(const QString& file, const QString& text, bool isProblem);
+    void eraseStatus();
+    void showStatus();
 
+    std::mutex m_mutex;  // guards all that follows
     QString m_subject;
-    bool m_colouredData;
-    bool m_colouredMessages;
+    QByteArray m_status;
     int m_writeError = 0;
+
+    const bool m_colouredData;
+    const bool m_colouredMessages;
+    const bool m_dataIsSeen;  // standard output is a terminal
 };

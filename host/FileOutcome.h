@@ -1,0 +1,34 @@
+/**
+ * @file
+ * What became of one file.
+ */
+#pragma once
+
+#include "ExitCodes.h"
+
+#include <ep/SxFileError.h>
+
+#include <QJsonObject>
+#include <QString>
+#include <QVector>
+
+/** What there is to say of a file besides success and failure. */
+struct FileNote {
+    QString file;
+    QString text;
+};
+
+/**
+ * What became of one file that a command worked on. A command that can serve many files separates doing, which says
+ * nothing and gives back an outcome, from saying.
+ *
+ * ExitCode::Usage stands for options that do not fit this image.
+ */
+struct FileOutcome {
+    ExitCode code = ExitCode::Done;
+    QString file;           ///< the one that failed: the input or the output
+    ep::SxFileError error;  ///< why it failed
+    QString line;           ///< said of success, with its line feeds
+    QJsonObject answer;     ///< said of success or failure to programs, without the keys that every answer starts with
+    QVector<FileNote> notes;
+};
