@@ -5,6 +5,7 @@
 #pragma once
 
 #include <orn/CompareChannel.h>
+#include <orn/CxProgressInfo.h>
 #include <orn/DefectList.h>
 #include <orn/DifferencePicture.h>
 #include <orn/EnlargeImage.h>
@@ -15,6 +16,7 @@
 #include <orn/InvalidPixel.h>
 #include <orn/OrientImage.h>
 #include <orn/PreviewImage.h>
+#include <orn/Protocol.h>
 #include <orn/RepairImage.h>
 #include <orn/matlab/AddImage.h>
 #include <orn/matlab/CxMatlabImageLoader.h>
