@@ -12,12 +12,16 @@
 #include <orn/GetLevelsToRepair.h>
 #include <orn/HistogramChannel.h>
 #include <orn/ImageModel.h>
+#include <orn/ImagePlanes.h>
 #include <orn/Init.h>
 #include <orn/InvalidPixel.h>
+#include <orn/MarkPixels.h>
 #include <orn/OrientImage.h>
 #include <orn/PreviewImage.h>
 #include <orn/Protocol.h>
 #include <orn/RepairImage.h>
+#include <orn/RepairPlanes.h>
+#include <orn/ReplayRepairs.h>
 #include <orn/matlab/AddImage.h>
 #include <orn/matlab/CxMatlabImageLoader.h>
 #include <orn/matlab/CxMatlabImageMetadata.h>
