@@ -1,0 +1,219 @@
+#include "FitsImage.h"
+
+#include "FitsTypes.h"
+
+#include <ep/internal/CheckedSize.h>
+
+#include <limits>
+
+namespace ep {
+namespace fits {
+namespace {
+
+using internal::CheckedSize;
+
+constexpr int mostUnits = 10000;
+constexpr qint64 mostAxes = 999;
+// Deflate reaches 1032 : 1, and it is the best of the served kinds.
+constexpr qint64 mostExpansion = 2048;
+constexpr qint64 largestDimension = std::numeric_limits<qint32>::max();
+
+bool fail(SxFileError& error, const QString& reason, ExFileError kind = ExFileError::Unreadable)
+{
+    error = {kind, reason};
+    return false;
+}
+
+QByteArray numbered(const char* name, qint64 number)
+{
+    return name + QByteArray::number(number);
+}
+
+bool isBitpix(qint64 code)
+{
+    return code == 8 || code == 16 || code == 32 || code == 64 || code == -32 || code == -64;
+}
+
+/** Reads the axes that the keywords beginning with @p prefix tell; each is 0 or more. */
+bool readAxes(const FitsHeader& header, const QByteArray& prefix, QVector<qint64>& axes, SxFileError& error)
+{
+    const QByteArray name = prefix + "NAXIS";
+    const qint64 count = header.integer(name, -1);
+    if (count < 0 || count > mostAxes)
+        return fail(error, QStringLiteral("its header tells no sensible number of axes"));
+    for (qint64 i = 1; i <= count; ++i) {
+        axes.append(header.integer(numbered(name, i), -1));
+        if (axes.last() < 0)
+            return fail(error, QStringLiteral("its header tells no sensible length of axis %1").arg(i));
+    }
+    return true;
+}
+
+/** Bits of the data of a unit, without what fills its last block. */
+CheckedSize dataBits(const FitsHeader& header, QVector<qint64> axes)
+{
+    const bool hasGroups = !axes.isEmpty() && axes[0] == 0 && header.isTrue("GROUPS");
+    if (hasGroups)
+        axes.removeFirst();
+    CheckedSize samples(axes.isEmpty() ? 0 : 1);
+    for (const qint64 length : axes)
+        samples = samples * length;
+    const qint64 bitpix = header.integer("BITPIX", 0);
+    return (samples + header.integer("PCOUNT", 0)) * header.integer("GCOUNT", 1) * (bitpix < 0 ? -bitpix : bitpix);
+}
+
+bool isCompressedImage(const FitsHeader& header)
+{
+    return header.text("XTENSION") == "BINTABLE" && header.isTrue("ZIMAGE");
+}
+
+bool holdsImage(const FitsHeader& header, const QVector<qint64>& axes)
+{
+    if (isCompressedImage(header))
+        return true;
+    const bool isImage = header.has("SIMPLE") || header.text("XTENSION") == "IMAGE";
+    return isImage && !axes.isEmpty() && !axes.contains(0);
+}
+
+/** Sets sizes and channels from the axes of an image. */
+bool takeAxes(const QVector<qint64>& axes, SxImageInfo& info, SxFileError& error)
+{
+    if (axes.size() < 2)
+        return fail(error, QStringLiteral("it has %1 axis, and an image has two or three").arg(axes.size()),
+                    ExFileError::Unsupported);
+    for (int i = 3; i < axes.size(); ++i)
+        if (axes[i] != 1)
+            return fail(error, QStringLiteral("it has %1 axes, and an image has two or three").arg(axes.size()),
+                        ExFileError::Unsupported);
+    const qint64 channels = axes.size() > 2 ? axes[2] : 1;
+    if (axes[0] < 1 || axes[1] < 1 || channels < 1)
+        return fail(error, QStringLiteral("its image has no samples"));
+    if (axes[0] > largestDimension || axes[1] > largestDimension || channels > largestDimension)
+        return fail(error,
+                    QStringLiteral("its size of %1 x %2 x %3 samples is past what an image can have")
+                        .arg(axes[0])
+                        .arg(axes[1])
+                        .arg(channels),
+                    ExFileError::TooLarge);
+    info.width = static_cast<qint32>(axes[0]);
+    info.height = static_cast<qint32>(axes[1]);
+    info.channels = static_cast<qint32>(channels);
+    info.layout = channels > 1 ? LayoutPlanar : LayoutPacked;
+    return true;
+}
+
+bool takeType(FitsImage& image, SxFileError& error)
+{
+    const FitsHeader& header = image.header;
+    if ((header.has("BSCALE") && !header.number("BSCALE", image.scale))
+        || (header.has("BZERO") && !header.number("BZERO", image.zero)) || image.scale == 0)
+        return fail(error, QStringLiteral("its header tells no sensible scale of the samples"));
+    const FitsType* type = typeOfFile(image.bitpix, image.scale, image.zero);
+    image.isScaled = type == nullptr;
+    image.info.dataType = type ? type->dataType : DataTypeDouble;
+    image.info.bitDepth = sampleFacts(image.info.dataType).bits;
+    return true;
+}
+
+/** Checks that a file which ends @p available bytes after the header of @p image holds its compressed tiles. */
+bool checkTiles(const FitsImage& image, const QVector<qint64>& axes, qint64 memoryLimit, SxFileError& error)
+{
+    const FitsHeader& header = image.header;
+    const QByteArray kind = header.text("ZCMPTYPE");
+    const QList<QByteArray> served{"RICE_1", "RICE_ONE", "GZIP_1", "GZIP_2", "NOCOMPRESS"};
+    if (!served.contains(kind))
+        return fail(error,
+                    QStringLiteral("compression \"%1\" is not read: cfitsio's decoders are only safe with damaged data "
+                                   "for RICE_1, GZIP_1 and GZIP_2")
+                        .arg(QString::fromLatin1(kind)),
+                    ExFileError::Unsupported);
+    CheckedSize tiles(1);
+    CheckedSize tileBytes(8);
+    for (int i = 0; i < axes.size(); ++i) {
+        const QByteArray name = numbered("ZTILE", i + 1);
+        const qint64 length = header.has(name) ? header.integer(name, 0) : i == 0 ? axes[0] : 1;
+        if (length < 1 || length > largestDimension)
+            return fail(error, QStringLiteral("its header tells no sensible size of the tiles"));
+        tiles = tiles * ((axes[i] + length - 1) / length);
+        tileBytes = tileBytes * length;
+    }
+    if (!tiles.fits(header.integer("NAXIS2", 0)))
+        return fail(error, QStringLiteral("its table has fewer rows than the image has tiles"));
+    if (!tileBytes.fits(std::max<qint64>(memoryLimit, blockBytes)))
+        return fail(error, QStringLiteral("a tile of it is past the memory limit"), ExFileError::TooLarge);
+    return true;
+}
+
+/** Compares the size of the image with that of its @p stored bytes and the memory limit. */
+bool checkSize(const FitsImage& image, qint64 stored, qint64 memoryLimit, SxFileError& error)
+{
+    const SxImageInfo& info = image.info;
+    const qint64 sampleBytes = sampleFacts(info.dataType).bytes;
+    const CheckedSize bytes = CheckedSize(info.width) * info.height * info.channels * sampleBytes;
+    if (!bytes.isValid() || info.width > largestDimension / sampleBytes)
+        return fail(error, QStringLiteral("its image is past what memory can hold"), ExFileError::TooLarge);
+    if (!bytes.fits(memoryLimit))
+        return fail(error,
+                    QStringLiteral("its image takes %1 bytes, past the memory limit of %2 bytes")
+                        .arg(bytes.value())
+                        .arg(memoryLimit),
+                    ExFileError::TooLarge);
+    if (image.isCompressed && bytes.value() / mostExpansion > stored)
+        return fail(error, QStringLiteral("%1 bytes cannot hold its image").arg(stored));
+    return true;
+}
+
+bool describe(const QVector<qint64>& tableAxes, qint64 stored, qint64 memoryLimit, FitsImage& image,
+              SxFileError& error)
+{
+    const FitsHeader& header = image.header;
+    image.isCompressed = isCompressedImage(header);
+    QVector<qint64> axes = tableAxes;
+    if (image.isCompressed) {
+        axes.clear();
+        if (!readAxes(header, "Z", axes, error))
+            return false;
+    }
+    const qint64 bitpix = header.integer(image.isCompressed ? "ZBITPIX" : "BITPIX", 0);
+    if (!isBitpix(bitpix))
+        return fail(error, QStringLiteral("its header tells no sensible type of the samples"));
+    image.bitpix = static_cast<qint32>(bitpix);
+    image.info = emptyImage();
+    image.isTopDown = header.text("ROWORDER").toUpper() == "TOP-DOWN";
+    return takeAxes(axes, image.info, error) && takeType(image, error)
+           && (!image.isCompressed || checkTiles(image, axes, memoryLimit, error))
+           && checkSize(image, stored, memoryLimit, error);
+}
+
+}  // namespace
+
+bool findFitsImage(QIODevice& device, qint64 memoryLimit, FitsImage& image, SxFileError& error)
+{
+    qint64 offset = 0;
+    for (image.unit = 1; image.unit <= mostUnits; ++image.unit) {
+        // Bytes after the last unit that are no further one are passed over by every reader.
+        if (image.unit > 1 && (!device.seek(offset) || device.peek(8) != "XTENSION"))
+            break;
+        QVector<qint64> axes;
+        if (!FitsHeader::read(device, offset, image.header, error) || !readAxes(image.header, "", axes, error))
+            return false;
+        const CheckedSize bits = dataBits(image.header, axes);
+        const CheckedSize end = CheckedSize(bits.value() / 8) + offset + image.header.bytes() + blockBytes;
+        if (!bits.isValid() || !end.isValid())
+            return fail(error, QStringLiteral("its header tells a size past all bounds"), ExFileError::TooLarge);
+        const qint64 stored = bits.value() / 8;
+        const qint64 missing = offset + image.header.bytes() + wholeBlocks(stored) - device.size();
+        if (holdsImage(image.header, axes)) {
+            if (missing > 0)
+                return fail(error, QStringLiteral("the file ends %1 bytes short of its data").arg(missing));
+            return describe(axes, stored, memoryLimit, image, error);
+        }
+        if (missing > 0)
+            break;
+        offset += image.header.bytes() + wholeBlocks(stored);
+    }
+    return fail(error, QStringLiteral("it holds no image"), ExFileError::Unsupported);
+}
+
+}  // namespace fits
+}  // namespace ep
