@@ -34,12 +34,13 @@ struct FitsCard {
 };
 
 /**
- * The keywords of a header, read without cfitsio: a header has to be judged before cfitsio sees it, because some (a tile
- * of no pixels) end the process there.
+ * The keywords of a header, read without cfitsio: a header has to be judged before cfitsio sees it, because some (a
+ * tile of no pixels) end the process there.
  */
 class FitsHeader {
 public:
-    /** Reads the header that begins at byte @p offset of @p device; false, with the reason in @p error, when there is none. */
+    /** Reads the header that begins at byte @p offset of @p device; false, with the reason in @p error, when there is
+     * none. */
     static bool read(QIODevice& device, qint64 offset, FitsHeader& header, SxFileError& error);
 
     /** Every card in its order, without the one that ends the header. */

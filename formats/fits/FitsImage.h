@@ -13,15 +13,15 @@ namespace fits {
 
 /** Where the image of a file stands, and what it becomes. */
 struct FitsImage {
-    int unit = 1;              ///< number of its header and data unit, from 1
-    FitsHeader header;         ///< its header
-    SxImageInfo info = {};     ///< the image record without storage, as if nothing were known of a mosaic
-    qint32 bitpix = 0;         ///< FITS's code of the stored samples
-    bool isCompressed = false; ///< it stands in a table, as compressed tiles
-    double scale = 1;          ///< a sample is scale * stored number + zero
-    double zero = 0;           ///< also when it only shifts unsigned integers
-    bool isScaled = false;     ///< the samples are computed, as doubles
-    bool isTopDown = false;    ///< the first row of the file is the top one
+    int unit = 1;               ///< number of its header and data unit, from 1
+    FitsHeader header;          ///< its header
+    SxImageInfo info = {};      ///< the image record without storage, as if nothing were known of a mosaic
+    qint32 bitpix = 0;          ///< FITS's code of the stored samples
+    bool isCompressed = false;  ///< it stands in a table, as compressed tiles
+    double scale = 1;           ///< a sample is scale * stored number + zero
+    double zero = 0;            ///< also when it only shifts unsigned integers
+    bool isScaled = false;      ///< the samples are computed, as doubles
+    bool isTopDown = false;     ///< the first row of the file is the top one
 };
 
 /**

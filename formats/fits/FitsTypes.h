@@ -10,8 +10,8 @@ namespace ep {
 namespace fits {
 
 /**
- * A sample type and its form in a file. FITS has unsigned bytes and signed integers; the other kinds are shifted by half
- * of their range.
+ * A sample type and its form in a file. FITS has unsigned bytes and signed integers; the other kinds are shifted by
+ * half of their range.
  */
 struct FitsType {
     ExImageDataType dataType;
