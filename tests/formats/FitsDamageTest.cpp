@@ -1,0 +1,273 @@
+// Damaged, cut and foreign files end in an error with its reason.
+#include "FitsFiles.h"
+#include "PythonScript.h"
+#include "StandardErrorCapture.h"
+#include "TestImages.h"
+
+#include <QtTest>
+
+#include <random>
+#include <unistd.h>
+
+using namespace testing;
+
+namespace {
+
+/** Files by another program, plain and in every kind of compression. */
+const char script[] = R"PYTHON(
+import sys
+import numpy as np
+from astropy.io import fits
+folder = sys.argv[1]
+image = (np.arange(40)[:, None] * 100 + np.arange(50)[None, :]).astype('int16')
+fits.PrimaryHDU(image).writeto(folder + '/plain.fits')
+fits.HDUList([fits.PrimaryHDU(), fits.ImageHDU(np.stack([image, image]))]).writeto(folder + '/extension.fits')
+for kind in 'RICE_1', 'GZIP_1', 'GZIP_2', 'HCOMPRESS_1', 'PLIO_1':
+    tiles = {} if kind != 'HCOMPRESS_1' else {'tile_size': (25, 20)}
+    fits.HDUList([fits.PrimaryHDU(), fits.CompImageHDU(image, compression_type=kind, **tiles)]).writeto(folder + f'/{kind}.fits')
+fits.HDUList([fits.PrimaryHDU(), fits.CompImageHDU(image.astype('float32'), compression_type='RICE_1', quantize_level=4)]).writeto(folder + '/float.fits')
+)PYTHON";
+
+QByteArray changedCard(QByteArray file, const QByteArray& name, const QByteArray& value)
+{
+    const int at = file.indexOf(name.leftJustified(8) + '=');
+    return at < 0 ? QByteArray() : file.replace(at, 80, (name.leftJustified(8) + "= " + value).leftJustified(80));
+}
+
+}  // namespace
+
+class FitsDamageTest : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void cut_data();
+    void cut();
+    void damaged_data();
+    void damaged();
+    void hostileTiles_data();
+    void hostileTiles();
+    void unsafeCompressionsAreRefused();
+    void mutated_data();
+    void mutated();
+    void memoryLimit();
+    void hugeSizesTakeNoMemory();
+    void bytesAfterTheImageArePassedOver();
+    void notAFile_data();
+    void notAFile();
+    void changedSinceOpening();
+
+private:
+    QByteArray file(const char* name) const
+    {
+        return readFile(m_folder.filePath(QString::fromLatin1(name) + QStringLiteral(".fits")));
+    }
+    QTemporaryDir m_folder;
+};
+
+void FitsDamageTest::initTestCase()
+{
+    const ScriptRun run = runPython(script, {m_folder.path()});
+    QVERIFY2(run.isDone, run.output);
+}
+
+void FitsDamageTest::cut_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    for (const char* name : {"plain", "extension", "RICE_1", "GZIP_1", "GZIP_2", "float"})
+        QTest::newRow(name) << file(name);
+}
+
+void FitsDamageTest::cut()
+{
+    QFETCH(QByteArray, content);
+    QVERIFY(loadFits(content));
+    for (int size = 0; size < content.size(); size += size < 100 ? 1 : 97) {
+        const FitsLoaded loaded = loadFits(content.left(size));
+        QVERIFY2(!loaded, qPrintable(QString::number(size)));
+        QVERIFY(loaded.error && !loaded.error.reason.isEmpty());
+    }
+    QVERIFY(!loadFits(content.left(content.size() - 1)));
+}
+
+void FitsDamageTest::damaged_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("told");
+    const QByteArray data(12, '\1');
+    const QByteArray sound = fitsFile(8, {4, 3}, {}, data);
+    QTest::newRow("empty") << QByteArray() << "the file is empty";
+    QTest::newRow("another format") << QByteArray("GIF89a") << "does not begin like a FITS file";
+    QTest::newRow("compressed as a whole") << QByteArray("\x1f\x8b\x08") << "does not begin like a FITS file";
+    QTest::newRow("a header that does not end") << QByteArray("SIMPLE  =") + QByteArray(2871, ' ') << "inside a header";
+    QTest::newRow("samples are missing") << sound.left(2880 + 2000) << "880 bytes short";
+    QTest::newRow("no axes") << fitsFile(8, {}, {}, "") << "it holds no image";
+    QTest::newRow("an axis of no length") << fitsFile(8, {4, 0}, {}, "") << "it holds no image";
+    QTest::newRow("one axis") << fitsFile(8, {12}, {}, data) << "it has 1 axis";
+    QTest::newRow("four axes") << fitsFile(8, {2, 3, 1, 2}, {}, data) << "it has 4 axes";
+    QTest::newRow("a negative axis") << fitsFile(8, {4, -3}, {}, data) << "length of axis 2";
+    QTest::newRow("an axis that is no number") << changedCard(sound, "NAXIS2", "three") << "length of axis 2";
+    QTest::newRow("an axis past 64 bits") << changedCard(sound, "NAXIS2", "99999999999999999999") << "length of axis 2";
+    QTest::newRow("a thousand axes") << changedCard(sound, "NAXIS", "1000") << "number of axes";
+    QTest::newRow("no such type") << fitsFile(24, {4, 1}, {}, data) << "type of the samples";
+    QTest::newRow("a scale of 0") << fitsFile(8, {4, 3}, {"BSCALE = 0.0"}, data) << "scale of the samples";
+    QTest::newRow("a scale that is no number")
+        << fitsFile(8, {4, 3}, {"BSCALE = 'one'"}, data) << "scale of the samples";
+    QTest::newRow("a shift past all bounds") << fitsFile(8, {4, 3}, {"BZERO = 1E999"}, data) << "scale of the samples";
+}
+
+void FitsDamageTest::damaged()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, told);
+    const FitsLoaded loaded = loadFits(content);
+    QVERIFY(!loaded);
+    QVERIFY(loaded.error);
+    QVERIFY2(loaded.error.reason.contains(told), qPrintable(loaded.error.reason));
+}
+
+// cfitsio divides by the length of a tile before anything could be asked of it.
+void FitsDamageTest::hostileTiles_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("value");
+    for (const char* value : {"0", "-1", "2147483648", "1000000000000", "abc", "0.5"}) {
+        QTest::addRow("ZTILE1 is %s", value) << QByteArray("ZTILE1") << QByteArray(value);
+        QTest::addRow("ZTILE2 is %s", value) << QByteArray("ZTILE2") << QByteArray(value);
+    }
+    QTest::newRow("more rows of tiles than rows") << QByteArray("ZNAXIS2") << QByteArray("41");
+    QTest::newRow("a size that the bytes cannot hold") << QByteArray("ZNAXIS1") << QByteArray("100000000");
+    QTest::newRow("no type") << QByteArray("ZBITPIX") << QByteArray("0");
+    QTest::newRow("no axes") << QByteArray("ZNAXIS") << QByteArray("0");
+}
+
+void FitsDamageTest::hostileTiles()
+{
+    QFETCH(QByteArray, name);
+    QFETCH(QByteArray, value);
+    const QByteArray content = changedCard(file("RICE_1"), name, value);
+    QVERIFY(!content.isEmpty());
+    const FitsLoaded loaded = loadFits(content);
+    QVERIFY(!loaded);
+    QVERIFY(loaded.error && !loaded.error.reason.isEmpty());
+}
+
+void FitsDamageTest::unsafeCompressionsAreRefused()
+{
+    for (const char* name : {"HCOMPRESS_1", "PLIO_1"}) {
+        const FitsLoaded loaded = loadFits(file(name));
+        QVERIFY(!loaded);
+        QCOMPARE(loaded.error.kind, ep::ExFileError::Unsupported);
+        QVERIFY2(loaded.error.reason.contains(QLatin1String(name)), qPrintable(loaded.error.reason));
+    }
+}
+
+void FitsDamageTest::mutated_data()
+{
+    cut_data();
+}
+
+void FitsDamageTest::mutated()
+{
+    QFETCH(QByteArray, content);
+    std::mt19937 random(5);
+    int loadedCount = 0;
+    int refusedCount = 0;
+    // The data of a compressed image are a small part of its file.
+    const int dataBegin = content.indexOf(QByteArray("END").leftJustified(80)) < 0 ? 0 : content.size() - 5760;
+    for (int i = 0; i < 400; ++i) {
+        QByteArray changed = content;
+        for (quint32 changes = random() % 4 + 1; changes > 0; --changes) {
+            const int from = i % 2 == 0 ? 0 : dataBegin;
+            const int at = from + static_cast<int>(random() % static_cast<quint32>(content.size() - from));
+            const bool isDigit = content[at] >= '0' && content[at] <= '9';
+            changed[at] = isDigit ? static_cast<char>('0' + random() % 10) : static_cast<char>(random());
+        }
+        StandardErrorCapture printed;
+        const FitsLoaded loaded = loadFits(changed, 1 << 24);
+        const QByteArray text = printed.text();
+        QVERIFY2(text.isEmpty(), text);
+        QCOMPARE(bool(loaded), !loaded.error);
+        QCOMPARE(loaded.error.reason.isEmpty(), bool(loaded));
+        ++(loaded ? loadedCount : refusedCount);
+        if (loaded)
+            QVERIFY(loaded.image().data && loaded.image().bitDepth >= 1 && loaded.image().bitDepth <= 64);
+    }
+    QVERIFY(loadedCount > 0 && refusedCount > 0);
+}
+
+void FitsDamageTest::memoryLimit()
+{
+    const QByteArray content = fitsFile(16, {10, 10}, {}, QByteArray(200, '\1'));
+    QVERIFY(loadFits(content, 200));
+    const FitsLoaded refused = loadFits(content, 199);
+    QCOMPARE(refused.error.kind, ep::ExFileError::TooLarge);
+    QVERIFY2(refused.error.reason.contains(QStringLiteral("200 bytes")), qPrintable(refused.error.reason));
+    // Samples that are computed take more than those in the file.
+    const QByteArray scaled = fitsFile(16, {10, 10}, {"BSCALE = 2.0"}, QByteArray(200, '\1'));
+    QCOMPARE(loadFits(scaled, 799).error.kind, ep::ExFileError::TooLarge);
+    QVERIFY(loadFits(scaled, 800));
+}
+
+void FitsDamageTest::hugeSizesTakeNoMemory()
+{
+    const qint64 unlimited = std::numeric_limits<qint64>::max();
+    const int most = std::numeric_limits<qint32>::max();
+    const FitsLoaded image = loadFits(fitsFile(64, {most, most, most}, {}, "abc"), unlimited);
+    QVERIFY(!image && image.error);
+    const QByteArray huge = changedCard(changedCard(file("RICE_1"), "ZNAXIS1", "2147483647"), "ZTILE1", "2147483647");
+    const FitsLoaded tiles = loadFits(huge, unlimited);
+    QVERIFY(!tiles && tiles.error);
+}
+
+void FitsDamageTest::bytesAfterTheImageArePassedOver()
+{
+    QVERIFY(loadFits(file("plain") + "more"));
+    QVERIFY(!loadFits(fitsFile(8, {}, {}, "") + "more"));
+}
+
+void FitsDamageTest::notAFile_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("told");
+    QTest::newRow("missing") << "/nowhere/image.fits"
+                             << "does not exist";
+    QTest::newRow("missing, although a packed one is there") << "PLAIN"
+                                                             << "does not exist";
+    QTest::newRow("a folder") << "/"
+                              << "not a regular file";
+    QTest::newRow("a device") << "/dev/zero"
+                              << "not a regular file";
+    QTest::newRow("no name") << QString() << "does not exist";
+    QTest::newRow("an address") << "http://localhost/a.fits"
+                                << "does not exist";
+}
+
+void FitsDamageTest::notAFile()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, told);
+    const QTemporaryDir folder;
+    if (path == QLatin1String("PLAIN")) {
+        path = folder.filePath(QStringLiteral("plain.fits"));
+        QVERIFY(writeFile(path + QStringLiteral(".gz"), "x") && writeFile(path + QStringLiteral(".Z"), "x"));
+    }
+    const FitsLoaded loaded = loadFitsFile(path);
+    QVERIFY(!loaded);
+    QCOMPARE(loaded.error.kind, ep::ExFileError::Unreadable);
+    QVERIFY2(loaded.error.reason.contains(told), qPrintable(loaded.error.reason));
+}
+
+void FitsDamageTest::changedSinceOpening()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("image.fits"));
+    QVERIFY(writeFile(path, file("plain")));
+    const FitsLoaded loaded = loadFitsFile(path);
+    QVERIFY(loaded);
+    QVERIFY(QFile::resize(path, 3000));
+    QVERIFY(!std::unique_ptr<ep::CxImageData>(loaded.frame.loader->imageData(0)));
+    QCOMPARE(loaded.frame.loader->lastError().kind, ep::ExFileError::Unreadable);
+}
+
+QTEST_GUILESS_MAIN(FitsDamageTest)
+#include "FitsDamageTest.moc"
