@@ -115,12 +115,12 @@ bool takeType(FitsImage& image, SxFileError& error)
     return true;
 }
 
-/** Checks that a file which ends @p available bytes after the header of @p image holds its compressed tiles. */
-bool checkTiles(const FitsImage& image, const QVector<qint64>& axes, qint64 memoryLimit, SxFileError& error)
+/** Sets the tiles of a compressed image, and checks that its table has room for them. */
+bool takeTiles(FitsImage& image, qint64 memoryLimit, SxFileError& error)
 {
     const FitsHeader& header = image.header;
     const QByteArray kind = header.text("ZCMPTYPE");
-    const QList<QByteArray> served{"RICE_1", "RICE_ONE", "GZIP_1", "GZIP_2", "NOCOMPRESS"};
+    const QList<QByteArray> served{"RICE_1", "RICE_ONE", "GZIP_1", "GZIP_2"};
     if (!served.contains(kind))
         return fail(error,
                     QStringLiteral("compression \"%1\" is not read: cfitsio's decoders are only safe with damaged data "
@@ -129,6 +129,7 @@ bool checkTiles(const FitsImage& image, const QVector<qint64>& axes, qint64 memo
                     ExFileError::Unsupported);
     CheckedSize tiles(1);
     CheckedSize tileBytes(8);
+    const QVector<qint64>& axes = image.axes;
     for (int i = 0; i < axes.size(); ++i) {
         const QByteArray name = numbered("ZTILE", i + 1);
         const qint64 length = header.has(name) ? header.integer(name, 0) : i == 0 ? axes[0] : 1;
@@ -136,6 +137,7 @@ bool checkTiles(const FitsImage& image, const QVector<qint64>& axes, qint64 memo
             return fail(error, QStringLiteral("its header tells no sensible size of the tiles"));
         tiles = tiles * ((axes[i] + length - 1) / length);
         tileBytes = tileBytes * length;
+        image.tile.append(length);
     }
     if (!tiles.fits(header.integer("NAXIS2", 0)))
         return fail(error, QStringLiteral("its table has fewer rows than the image has tiles"));
@@ -144,8 +146,8 @@ bool checkTiles(const FitsImage& image, const QVector<qint64>& axes, qint64 memo
     return true;
 }
 
-/** Compares the size of the image with that of its @p stored bytes and the memory limit. */
-bool checkSize(const FitsImage& image, qint64 stored, qint64 memoryLimit, SxFileError& error)
+/** Compares the size of the image with that of its stored bytes and the memory limit. */
+bool checkSize(const FitsImage& image, qint64 memoryLimit, SxFileError& error)
 {
     const SxImageInfo& info = image.info;
     const qint64 sampleBytes = sampleFacts(info.dataType).bytes;
@@ -158,8 +160,8 @@ bool checkSize(const FitsImage& image, qint64 stored, qint64 memoryLimit, SxFile
                         .arg(bytes.value())
                         .arg(memoryLimit),
                     ExFileError::TooLarge);
-    if (image.isCompressed && bytes.value() / mostExpansion > stored)
-        return fail(error, QStringLiteral("%1 bytes cannot hold its image").arg(stored));
+    if (image.isCompressed && bytes.value() / mostExpansion > image.stored)
+        return fail(error, QStringLiteral("%1 bytes cannot hold its image").arg(image.stored));
     return true;
 }
 
@@ -167,10 +169,10 @@ bool describe(const QVector<qint64>& tableAxes, qint64 stored, qint64 memoryLimi
 {
     const FitsHeader& header = image.header;
     image.isCompressed = isCompressedImage(header);
-    QVector<qint64> axes = tableAxes;
+    image.axes = axes;
     if (image.isCompressed) {
-        axes.clear();
-        if (!readAxes(header, "Z", axes, error))
+        image.axes.clear();
+        if (!readAxes(header, "Z", image.axes, error))
             return false;
     }
     const qint64 bitpix = header.integer(image.isCompressed ? "ZBITPIX" : "BITPIX", 0);
@@ -179,9 +181,8 @@ bool describe(const QVector<qint64>& tableAxes, qint64 stored, qint64 memoryLimi
     image.bitpix = static_cast<qint32>(bitpix);
     image.info = emptyImage();
     image.isTopDown = header.text("ROWORDER").toUpper() == "TOP-DOWN";
-    return takeAxes(axes, image.info, error) && takeType(image, error)
-           && (!image.isCompressed || checkTiles(image, axes, memoryLimit, error))
-           && checkSize(image, stored, memoryLimit, error);
+    return takeAxes(image.axes, image.info, error) && takeType(image, error)
+           && (!image.isCompressed || takeTiles(image, memoryLimit, error)) && checkSize(image, memoryLimit, error);
 }
 
 }  // namespace
@@ -200,16 +201,16 @@ bool findFitsImage(QIODevice& device, qint64 memoryLimit, FitsImage& image, SxFi
         const CheckedSize end = CheckedSize(bits.value() / 8) + offset + image.header.bytes() + blockBytes;
         if (!bits.isValid() || !end.isValid())
             return fail(error, QStringLiteral("its header tells a size past all bounds"), ExFileError::TooLarge);
-        const qint64 stored = bits.value() / 8;
-        const qint64 missing = offset + image.header.bytes() + wholeBlocks(stored) - device.size();
+        image.stored = bits.value() / 8;
+        const qint64 missing = offset + image.header.bytes() + wholeBlocks(image.stored) - device.size();
         if (holdsImage(image.header, axes)) {
             if (missing > 0)
                 return fail(error, QStringLiteral("the file ends %1 bytes short of its data").arg(missing));
-            return describe(axes, stored, memoryLimit, image, error);
+            return describe(axes, memoryLimit, image, error);
         }
         if (missing > 0)
             break;
-        offset += image.header.bytes() + wholeBlocks(stored);
+        offset += image.header.bytes() + wholeBlocks(image.stored);
     }
     return fail(error, QStringLiteral("it holds no image"), ExFileError::Unsupported);
 }

@@ -18,6 +18,9 @@ struct FitsImage {
     SxImageInfo info = {};      ///< the image record without storage, as if nothing were known of a mosaic
     qint32 bitpix = 0;          ///< FITS's code of the stored samples
     bool isCompressed = false;  ///< it stands in a table, as compressed tiles
+    QVector<qint64> axes;       ///< lengths of the axes of the image
+    QVector<qint64> tile;       ///< compressed: lengths of a tile along them
+    qint64 stored = 0;          ///< bytes of data in the file
     double scale = 1;           ///< a sample is scale * stored number + zero
     double zero = 0;            ///< also when it only shifts unsigned integers
     bool isScaled = false;      ///< the samples are computed, as doubles

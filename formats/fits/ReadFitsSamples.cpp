@@ -1,6 +1,6 @@
 #include "ReadFitsSamples.h"
 
-#include "FitsFile.h"
+#include "CheckFitsTiles.h"
 #include "FitsTypes.h"
 
 #include <ep/ExStatus.h>
@@ -66,6 +66,8 @@ bool readFitsSamples(const QFile& file, const FitsImage& source, CxScopedBuffer&
         error = {ExFileError::Unreadable, QStringLiteral("its header contradicts itself")};
         return false;
     }
+    if (source.isCompressed && !checkFitsTiles(reader, source, error))
+        return false;
     CxScopedBuffer samples(source.info);
     if (failed(samples.allocate())) {
         error = {ExFileError::TooLarge, QStringLiteral("there is not enough memory for its image")};
