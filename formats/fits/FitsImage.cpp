@@ -165,7 +165,7 @@ bool checkSize(const FitsImage& image, qint64 memoryLimit, SxFileError& error)
     return true;
 }
 
-bool describe(const QVector<qint64>& tableAxes, qint64 stored, qint64 memoryLimit, FitsImage& image, SxFileError& error)
+bool describe(const QVector<qint64>& axes, qint64 memoryLimit, FitsImage& image, SxFileError& error)
 {
     const FitsHeader& header = image.header;
     image.isCompressed = isCompressedImage(header);
