@@ -89,9 +89,19 @@ void FitsHeader::take(const QByteArray& line)
     } else {
         return;
     }
-    if (!m_index.contains(card.name))
+    if (m_index.contains(card.name))
+        m_repeated.append(card.name);
+    else
         m_index.insert(card.name, m_cards.size());
     m_cards.append(card);
+}
+
+bool FitsHeader::repeats(const QByteArray& stem) const
+{
+    for (const QByteArray& name : m_repeated)
+        if (name.startsWith(stem))
+            return true;
+    return false;
 }
 
 QByteArray FitsHeader::text(const QByteArray& name) const
@@ -112,8 +122,11 @@ bool FitsHeader::number(const QByteArray& name, double& value) const
 
 qint64 FitsHeader::integer(const QByteArray& name, qint64 missing) const
 {
+    const auto card = m_index.constFind(name);
+    if (card == m_index.constEnd() || m_cards[*card].isString)
+        return missing;
     bool isNumber = false;
-    const qint64 found = text(name).toLongLong(&isNumber);
+    const qint64 found = m_cards[*card].text.toLongLong(&isNumber);
     return isNumber ? found : missing;
 }
 

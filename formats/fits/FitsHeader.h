@@ -7,6 +7,7 @@
 #include <ep/SxFileError.h>
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QHash>
 #include <QIODevice>
 #include <QString>
@@ -49,6 +50,8 @@ public:
     qint64 bytes() const { return m_bytes; }
 
     bool has(const QByteArray& name) const { return m_index.contains(name); }
+    /** True when a keyword that begins with @p stem stands there more than once. */
+    bool repeats(const QByteArray& stem) const;
     /** The value of keyword @p name; empty when there is none. */
     QByteArray text(const QByteArray& name) const;
     /** The value as a finite number; false when there is none. */
@@ -63,6 +66,7 @@ private:
 
     QVector<FitsCard> m_cards;
     QHash<QByteArray, int> m_index;  // the first card of a name counts
+    QByteArrayList m_repeated;
     qint64 m_bytes = 0;
 };
 

@@ -115,10 +115,19 @@ bool takeType(FitsImage& image, SxFileError& error)
     return true;
 }
 
-/** Sets the tiles of a compressed image, and checks that its table has room for them. */
-bool takeTiles(FitsImage& image, qint64 memoryLimit, SxFileError& error)
+/** True when keyword @p name is missing or an integer from @p least to @p most. */
+bool isWithin(const FitsHeader& header, const QByteArray& name, qint64 least, qint64 most)
 {
-    const FitsHeader& header = image.header;
+    const qint64 value = header.integer(name, least - 1);
+    return !header.has(name) || (value >= least && value <= most);
+}
+
+/**
+ * Checks what decoders are told apart from the tiles: cfitsio divides by one of it and looks up a table by another, and
+ * of two equal keywords it may take the other one.
+ */
+bool checkCompression(const FitsHeader& header, SxFileError& error)
+{
     const QByteArray kind = header.text("ZCMPTYPE");
     const QList<QByteArray> served{"RICE_1", "RICE_ONE", "GZIP_1", "GZIP_2"};
     if (!served.contains(kind))
@@ -127,6 +136,22 @@ bool takeTiles(FitsImage& image, qint64 memoryLimit, SxFileError& error)
                                    "for RICE_1, GZIP_1 and GZIP_2")
                         .arg(QString::fromLatin1(kind)),
                     ExFileError::Unsupported);
+    constexpr qint64 longestRiceBlock = 64;
+    constexpr qint64 ditherSeeds = 10000;
+    const bool isRice = kind.startsWith("RICE");
+    bool isClear = true;
+    for (const char* stem : {"ZCMPTYPE", "ZBITPIX", "ZNAXIS", "ZTILE", "ZNAME", "ZVAL", "ZQUANTIZ", "ZDITHER0"})
+        isClear = isClear && !header.repeats(stem);
+    const bool isSound =
+        isClear && isWithin(header, "ZDITHER0", 1, ditherSeeds)
+        && (!isRice || (isWithin(header, "ZVAL1", 1, longestRiceBlock) && isWithin(header, "ZVAL2", 1, 4)));
+    return isSound || fail(error, QStringLiteral("its header tells no sensible compression"));
+}
+
+/** Sets the tiles of a compressed image, and checks that its table has room for them. */
+bool takeTiles(FitsImage& image, qint64 memoryLimit, SxFileError& error)
+{
+    const FitsHeader& header = image.header;
     CheckedSize tiles(1);
     CheckedSize tileBytes(8);
     const QVector<qint64>& axes = image.axes;
@@ -182,7 +207,8 @@ bool describe(const QVector<qint64>& axes, qint64 memoryLimit, FitsImage& image,
     image.info = emptyImage();
     image.isTopDown = header.text("ROWORDER").toUpper() == "TOP-DOWN";
     return takeAxes(image.axes, image.info, error) && takeType(image, error)
-           && (!image.isCompressed || takeTiles(image, memoryLimit, error)) && checkSize(image, memoryLimit, error);
+           && (!image.isCompressed || (checkCompression(header, error) && takeTiles(image, memoryLimit, error)))
+           && checkSize(image, memoryLimit, error);
 }
 
 }  // namespace

@@ -26,12 +26,25 @@ for kind in 'RICE_1', 'GZIP_1', 'GZIP_2', 'HCOMPRESS_1', 'PLIO_1':
     tiles = {} if kind != 'HCOMPRESS_1' else {'tile_size': (25, 20)}
     fits.HDUList([fits.PrimaryHDU(), fits.CompImageHDU(image, compression_type=kind, **tiles)]).writeto(folder + f'/{kind}.fits')
 fits.HDUList([fits.PrimaryHDU(), fits.CompImageHDU(image.astype('float32'), compression_type='RICE_1', quantize_level=4)]).writeto(folder + '/float.fits')
+dithered = fits.CompImageHDU(image.astype('float32'), compression_type='RICE_1', quantize_level=4, quantize_method=1, dither_seed=7)
+fits.HDUList([fits.PrimaryHDU(), dithered]).writeto(folder + '/dithered.fits')
 )PYTHON";
 
-QByteArray changedCard(QByteArray file, const QByteArray& name, const QByteArray& value)
+int cardAt(const QByteArray& file, const QByteArray& name)
 {
-    const int at = file.indexOf(name.leftJustified(8) + '=');
-    return at < 0 ? QByteArray() : file.replace(at, 80, (name.leftJustified(8) + "= " + value).leftJustified(80));
+    return file.indexOf(name.leftJustified(8) + '=');
+}
+
+/** @p file with another card in place of that of keyword @p old. */
+QByteArray replacedCard(QByteArray file, const QByteArray& old, const QByteArray& card)
+{
+    const int at = cardAt(file, old);
+    return at < 0 ? QByteArray() : file.replace(at, 80, card.leftJustified(80));
+}
+
+QByteArray changedCard(const QByteArray& file, const QByteArray& name, const QByteArray& value)
+{
+    return replacedCard(file, name, name.leftJustified(8) + "= " + value);
 }
 
 }  // namespace
@@ -46,6 +59,7 @@ private slots:
     void damaged();
     void hostileTiles_data();
     void hostileTiles();
+    void contradictingCompressionsAreRefused();
     void unsafeCompressionsAreRefused();
     void mutated_data();
     void mutated();
@@ -73,7 +87,7 @@ void FitsDamageTest::initTestCase()
 void FitsDamageTest::cut_data()
 {
     QTest::addColumn<QByteArray>("content");
-    for (const char* name : {"plain", "extension", "RICE_1", "GZIP_1", "GZIP_2", "float"})
+    for (const char* name : {"plain", "extension", "RICE_1", "GZIP_1", "GZIP_2", "float", "dithered"})
         QTest::newRow(name) << file(name);
 }
 
@@ -125,7 +139,8 @@ void FitsDamageTest::damaged()
     QVERIFY2(loaded.error.reason.contains(told), qPrintable(loaded.error.reason));
 }
 
-// cfitsio divides by the length of a tile before anything could be asked of it.
+// cfitsio divides by the length of a tile and looks up a table by the seed of noise before anything could be asked of
+// it.
 void FitsDamageTest::hostileTiles_data()
 {
     QTest::addColumn<QByteArray>("name");
@@ -138,17 +153,39 @@ void FitsDamageTest::hostileTiles_data()
     QTest::newRow("a size that the bytes cannot hold") << QByteArray("ZNAXIS1") << QByteArray("100000000");
     QTest::newRow("no type") << QByteArray("ZBITPIX") << QByteArray("0");
     QTest::newRow("no axes") << QByteArray("ZNAXIS") << QByteArray("0");
+    for (const char* value : {"0", "-1", "65", "abc"})
+        QTest::addRow("blocks of %s samples", value) << QByteArray("ZVAL1") << QByteArray(value);
+    for (const char* value : {"0", "-1", "9"})
+        QTest::addRow("samples of %s bytes", value) << QByteArray("ZVAL2") << QByteArray(value);
+    for (const char* value : {"0", "-1", "10001", "4294967296"})
+        QTest::addRow("noise from seed %s", value) << QByteArray("ZDITHER0") << QByteArray(value);
 }
 
 void FitsDamageTest::hostileTiles()
 {
     QFETCH(QByteArray, name);
     QFETCH(QByteArray, value);
-    const QByteArray content = changedCard(file("RICE_1"), name, value);
+    const QByteArray sound = file("dithered");
+    QVERIFY(loadFits(sound));
+    const QByteArray content = changedCard(sound, name, value);
     QVERIFY(!content.isEmpty());
     const FitsLoaded loaded = loadFits(content);
     QVERIFY(!loaded);
     QVERIFY(loaded.error && !loaded.error.reason.isEmpty());
+}
+
+// Of two equal keywords this reader takes the first one, and cfitsio need not.
+void FitsDamageTest::contradictingCompressionsAreRefused()
+{
+    const QByteArray sound = file("dithered");
+    for (const char* name : {"ZTILE1", "ZTILE2", "ZVAL1", "ZCMPTYPE", "ZDITHER0"}) {
+        const QByteArray again = replacedCard(sound, "EXTNAME", sound.mid(cardAt(sound, name), 80));
+        const FitsLoaded loaded = loadFits(again);
+        QVERIFY2(!loaded, name);
+        QVERIFY2(loaded.error.reason.contains(QStringLiteral("compression")), qPrintable(loaded.error.reason));
+    }
+    // What says nothing of the compression may stand there twice.
+    QVERIFY(loadFits(replacedCard(replacedCard(sound, "EXTNAME", "ZENITH  = 1"), "ZQUANTIZ", "ZENITH  = 2")));
 }
 
 void FitsDamageTest::unsafeCompressionsAreRefused()
