@@ -7,35 +7,9 @@
 
 using namespace testing;
 
-namespace {
-
-/** A 16-bit image of 4 x @p height with @p lines in its header. */
-FitsLoaded loadWith(const QByteArrayList& lines, int height = 3)
-{
-    return loadFits(fitsFile(16, {4, height}, lines, QByteArray(4 * height * 2, '\1')));
-}
-
-QByteArrayList linesOf(const QByteArray& file)
-{
-    QByteArrayList lines;
-    for (int at = 0; at + 80 <= file.size(); at += 80) {
-        lines << file.mid(at, 80).trimmed();
-        if (lines.last() == "END")
-            break;
-    }
-    return lines;
-}
-
-}  // namespace
-
 class FitsMetadataTest : public QObject {
     Q_OBJECT
 private slots:
-    void patternsBecomeGrids_data();
-    void patternsBecomeGrids();
-    void largeCells();
-    void gridsSurvive_data();
-    void gridsSurvive();
     void everythingSurvives();
     void unknownItemsSurvive();
     void captureFactsAreTold();
@@ -54,88 +28,6 @@ private slots:
     void hostileRemarks();
     void nothingKnownWritesNoRemark();
 };
-
-void FitsMetadataTest::patternsBecomeGrids_data()
-{
-    QTest::addColumn<QByteArrayList>("lines");
-    QTest::addColumn<int>("height");
-    QTest::addColumn<int>("grid");
-    const QByteArrayList plain{"BAYERPAT = 'RGGB    '"};
-    const QByteArrayList down{"ROWORDER = 'TOP-DOWN'"};
-    const QByteArrayList up{"ROWORDER = 'BOTTOM-UP'"};
-    QTest::newRow("the pattern begins at the top of a file from the top") << plain + down << 4 << 1;
-    QTest::newRow("so it does in one of an odd height") << plain + down << 3 << 1;
-    QTest::newRow("the pattern begins at the top of a file from the bottom") << plain + up << 4 << 1;
-    QTest::newRow("without a row order it begins with the file, which is the bottom") << plain << 4 << 2;
-    QTest::newRow("without a row order the top of an odd height begins alike") << plain << 3 << 1;
-    QTest::newRow("odd column offset") << plain + down + QByteArrayList{"XBAYROFF = 1"} << 4 << 3;
-    QTest::newRow("odd row offset") << plain + down + QByteArrayList{"YBAYROFF = 1"} << 4 << 2;
-    QTest::newRow("both odd") << plain + up + QByteArrayList{"XBAYROFF = 1", "YBAYROFF = -1"} << 4 << 0;
-    QTest::newRow("even offsets") << plain + up + QByteArrayList{"XBAYROFF = 2", "YBAYROFF = 4.0"} << 4 << 1;
-    QTest::newRow("GRBG") << down + QByteArrayList{"BAYERPAT = 'GRBG'"} << 4 << 3;
-    QTest::newRow("small letters") << down + QByteArrayList{"BAYERPAT = 'bggr'"} << 4 << 0;
-    QTest::newRow("the older name") << down + QByteArrayList{"COLORTYP = 'GBRG'"} << 4 << 2;
-    QTest::newRow("a pattern that is none") << down + QByteArrayList{"BAYERPAT = 'CMYG'"} << 4 << 4;
-    QTest::newRow("a logical value") << down + QByteArrayList{"BAYERPAT = T"} << 4 << 4;
-}
-
-void FitsMetadataTest::patternsBecomeGrids()
-{
-    QFETCH(QByteArrayList, lines);
-    QFETCH(int, height);
-    QFETCH(int, grid);
-    const FitsLoaded loaded = loadWith(lines, height);
-    QVERIFY2(loaded, qPrintable(loaded.error.reason));
-    QCOMPARE(int(loaded.image().bayerGrid), grid);
-    QCOMPARE(loaded.common().bayerGrid, grid);
-    QCOMPARE(loaded.image().patternWidth, grid == ep::BayerGridNone ? 0 : 2);
-}
-
-void FitsMetadataTest::largeCells()
-{
-    const QByteArray letters = "GGRGGBGGBGGRBRGRBGGGBGGRGGRGGBRBGBRG";
-    const FitsLoaded loaded = loadFits(fitsFile(
-        8, {7, 7}, {"BAYERPAT = '" + letters + "'", "ROWORDER = 'TOP-DOWN'", "YBAYROFF = 1"}, QByteArray(49, '\1')));
-    QVERIFY2(loaded, qPrintable(loaded.error.reason));
-    QCOMPARE(int(loaded.image().bayerGrid), int(ep::BayerGridCell));
-    QCOMPARE(QSize(loaded.image().patternWidth, loaded.image().patternHeight), QSize(6, 6));
-    QCOMPARE(loaded.common().patternColors.toLatin1(), letters.mid(6) + letters.left(6));
-}
-
-void FitsMetadataTest::gridsSurvive_data()
-{
-    QTest::addColumn<int>("grid");
-    QTest::addColumn<QSize>("cell");
-    QTest::addColumn<QByteArray>("told");
-    const char* const letters[] = {"BGGR", "RGGB", "GBRG", "GRBG"};
-    for (int grid = 0; grid <= 3; ++grid)
-        QTest::newRow(letters[grid]) << grid << QSize(2, 2) << QByteArray(letters[grid]);
-    QTest::newRow("a cell of 3 x 4") << 5 << QSize(3, 4) << QByteArray();
-    QTest::newRow("no grid") << 4 << QSize(0, 0) << QByteArray();
-}
-
-void FitsMetadataTest::gridsSurvive()
-{
-    QFETCH(int, grid);
-    QFETCH(QSize, cell);
-    QFETCH(QByteArray, told);
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("image.fits"));
-    for (const int height : {6, 7}) {
-        ep::CxScopedBuffer image = randomImage(describe(ep::DataTypeUInt16, 6, height));
-        image->bayerGrid = static_cast<ep::ExBayerGrid>(grid);
-        image->patternWidth = cell.width();
-        image->patternHeight = cell.height();
-        QVERIFY(saveFits(path, *imageDataOf(std::move(image))));
-        const QByteArrayList lines = linesOf(readFile(path));
-        QCOMPARE(lines.contains("BAYERPAT= '" + told.leftJustified(8) + "'"), !told.isEmpty());
-        const FitsLoaded loaded = loadFitsFile(path);
-        QVERIFY2(loaded, qPrintable(loaded.error.reason));
-        QCOMPARE(int(loaded.image().bayerGrid), grid);
-        QCOMPARE(QSize(loaded.image().patternWidth, loaded.image().patternHeight), cell);
-        QCOMPARE(loaded.common().bayerGrid, grid);
-    }
-}
 
 void FitsMetadataTest::everythingSurvives()
 {
@@ -168,7 +60,7 @@ void FitsMetadataTest::everythingSurvives()
     const FitsLoaded loaded = loadFitsFile(path);
     QVERIFY2(loaded, qPrintable(loaded.error.reason));
     QCOMPARE(loaded.frame.data->metadata().saveToXml(-1), before);
-    for (const QByteArray& line : linesOf(readFile(path)))
+    for (const QByteArray& line : fitsLinesOf(readFile(path)))
         for (const char character : line)
             QVERIFY(character >= ' ' && character <= '~');
 }
@@ -202,7 +94,7 @@ void FitsMetadataTest::captureFactsAreTold()
     item->attributes.insert(QStringLiteral("CCD-TEMP"), QStringLiteral("-10.5"));
     item->attributes.insert(QStringLiteral("CRVAL1"), QStringLiteral("10"));
     QVERIFY(saveFits(path, *imageDataOf(randomImage(describe(ep::DataTypeUInt16, 3, 2)), item)));
-    const QByteArrayList lines = linesOf(readFile(path));
+    const QByteArrayList lines = fitsLinesOf(readFile(path));
     QVERIFY(lines.contains("INSTRUME= 'it''s a camera'"));
     QVERIFY(lines.contains("EXPTIME =                0.005"));
     QVERIFY(lines.contains("SATURATE=                4E+03") || lines.contains("SATURATE=                4000."));
@@ -218,10 +110,10 @@ void FitsMetadataTest::captureFactsAreTold()
 void FitsMetadataTest::captureFactsAreRead()
 {
     const FitsLoaded loaded =
-        loadWith({"EXPOSURE = 1.5D1 / seconds", "INSTRUME = 'Cam / ''A'''", "GAIN = 120", "CCD-TEMP = -9.50 / degrees",
-                  "DATE-OBS = '2021-02-28T23:59:58.125'", "FOCALLEN = 530.0", "FOCRATIO = 5.6", "OBJECT = 'M 31    '",
-                  "HIERARCH Some long name = 'value'", "HISTORY first", "HISTORY second", "COMMENT   indented",
-                  "LONGSTR = 'a long &'", "CONTINUE  'text' / remark"});
+        loadFitsWith({"EXPOSURE = 1.5D1 / seconds", "INSTRUME = 'Cam / ''A'''", "GAIN = 120",
+                      "CCD-TEMP = -9.50 / degrees", "DATE-OBS = '2021-02-28T23:59:58.125'", "FOCALLEN = 530.0",
+                      "FOCRATIO = 5.6", "OBJECT = 'M 31    '", "HIERARCH Some long name = 'value'", "HISTORY first",
+                      "HISTORY second", "COMMENT   indented", "LONGSTR = 'a long &'", "CONTINUE  'text' / remark"});
     QVERIFY2(loaded, qPrintable(loaded.error.reason));
     const ep::CxCommonImageMetadata& common = loaded.common();
     QCOMPARE(common.exposureTime, 15.0);
@@ -276,7 +168,7 @@ void FitsMetadataTest::texts()
 {
     QFETCH(QByteArray, line);
     QFETCH(QString, text);
-    const FitsLoaded loaded = loadWith({line});
+    const FitsLoaded loaded = loadFitsWith({line});
     QVERIFY2(loaded, qPrintable(loaded.error.reason));
     QCOMPARE(loaded.attribute("OBJECT"), text);
 }
@@ -298,7 +190,7 @@ void FitsMetadataTest::times()
 {
     QFETCH(QByteArrayList, lines);
     QFETCH(QDateTime, time);
-    const FitsLoaded loaded = loadWith(lines);
+    const FitsLoaded loaded = loadFitsWith(lines);
     QVERIFY(loaded);
     QCOMPARE(loaded.common().captureTime, time);
     QCOMPARE(loaded.attribute("DATE-OBS").isEmpty(), time.isValid());
@@ -325,7 +217,7 @@ void FitsMetadataTest::depths()
     QFETCH(QByteArrayList, lines);
     QFETCH(int, depth);
     QFETCH(double, white);
-    const FitsLoaded loaded = loadWith(lines);
+    const FitsLoaded loaded = loadFitsWith(lines);
     QVERIFY(loaded);
     QCOMPARE(loaded.image().bitDepth, depth);
     QCOMPARE(loaded.common().whiteLevel, white);
@@ -348,7 +240,7 @@ void FitsMetadataTest::scaledSamplesAreDoubles()
 {
     QFETCH(QByteArrayList, lines);
     QFETCH(double, number);
-    const FitsLoaded loaded = loadWith(lines);
+    const FitsLoaded loaded = loadFitsWith(lines);
     QVERIFY2(loaded, qPrintable(loaded.error.reason));
     QCOMPARE(loaded.image().dataType, ep::DataTypeDouble);
     QCOMPARE(sampleAt<double>(loaded.image(), 1, 1), number);
@@ -361,10 +253,10 @@ void FitsMetadataTest::scaledSamplesAreDoubles()
 void FitsMetadataTest::valuesWithoutMeaningBecomeNaN()
 {
     const QByteArrayList blank{"BLANK = 257"};
-    const FitsLoaded scaled = loadWith(blank + QByteArrayList{"BSCALE = 2.0"});
+    const FitsLoaded scaled = loadFitsWith(blank + QByteArrayList{"BSCALE = 2.0"});
     QVERIFY(qIsNaN(sampleAt<double>(scaled.image(), 0, 0)));
     // Integers have no such value: what stands there stays.
-    QCOMPARE(int(sampleAt<qint16>(loadWith(blank).image(), 0, 0)), 257);
+    QCOMPARE(int(sampleAt<qint16>(loadFitsWith(blank).image(), 0, 0)), 257);
 }
 
 void FitsMetadataTest::hostileRemarks_data()
@@ -393,7 +285,7 @@ void FitsMetadataTest::hostileRemarks_data()
 void FitsMetadataTest::hostileRemarks()
 {
     QFETCH(QByteArrayList, lines);
-    const FitsLoaded loaded = loadWith(lines);
+    const FitsLoaded loaded = loadFitsWith(lines);
     QVERIFY2(loaded, qPrintable(loaded.error.reason));
     QCOMPARE(int(loaded.image().bayerGrid), int(ep::BayerGridNone));
     QCOMPARE(loaded.image().patternWidth, 0);

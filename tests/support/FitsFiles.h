@@ -71,6 +71,24 @@ inline FitsLoaded loadFits(const QByteArray& content, qint64 memoryLimit = 0)
     return loadFitsFile(path, memoryLimit);
 }
 
+/** A 16-bit image of 4 x @p height with @p lines in its header. */
+inline FitsLoaded loadFitsWith(const QByteArrayList& lines, int height = 3)
+{
+    return loadFits(fitsFile(16, {4, height}, lines, QByteArray(4 * height * 2, '\1')));
+}
+
+/** The lines of the first header of @p file, without the blanks that fill them. */
+inline QByteArrayList fitsLinesOf(const QByteArray& file)
+{
+    QByteArrayList lines;
+    for (int at = 0; at + 80 <= file.size(); at += 80) {
+        lines << file.mid(at, 80).trimmed();
+        if (lines.last() == "END")
+            break;
+    }
+    return lines;
+}
+
 /** Saves @p data to @p path; the size of the file must be the announced one. */
 inline bool saveFits(const QString& path, const ep::CxImageData& data, ep::SxFileError* error = nullptr)
 {
