@@ -4,24 +4,13 @@
 #include "TestImages.h"
 #include "TiffMaker.h"
 
-#include <QtEndian>
 #include <QtTest>
 
 #include <cmath>
-#include <cstring>
-#include <limits>
 
 using namespace testing;
 
 namespace {
-
-quint64 mixed(int x, int y, int c)
-{
-    quint64 value = static_cast<quint64>(x) * 0x9e3779b97f4a7c15u + static_cast<quint64>(y) * 0xbf58476d1ce4e5b9u
-                    + static_cast<quint64>(c + 1) * 0x94d049bb133111ebu;
-    value ^= value >> 31;
-    return value * 0xd6e8feb86659fd93u;
-}
 
 quint64 lowBits(quint64 value, int bits)
 {
@@ -66,18 +55,6 @@ void compareIntegers(const ep::SxImageBuf& image, const TiffKind& kind)
         for (int x = 0; x < kind.width; ++x)
             for (int c = 0; c < kind.channels; ++c)
                 QCOMPARE(integerAt(image, x, y, c), meaning(mixed(x, y, c), kind));
-}
-
-/** The value of a short float, from its definition. */
-double shortFloat(quint32 bits, int exponentBits, int fractionBits)
-{
-    const int bias = (1 << (exponentBits - 1)) - 1;
-    const int exponent = static_cast<int>(bits >> fractionBits & ((1u << exponentBits) - 1));
-    const double fraction = std::ldexp(bits & ((1u << fractionBits) - 1), -fractionBits);
-    const double sign = bits >> (exponentBits + fractionBits) & 1 ? -1 : 1;
-    if (exponent == (1 << exponentBits) - 1)
-        return fraction == 0 ? sign * std::numeric_limits<double>::infinity() : std::nan("");
-    return sign * (exponent == 0 ? std::ldexp(fraction, 1 - bias) : std::ldexp(1 + fraction, exponent - bias));
 }
 
 }  // namespace
@@ -180,79 +157,6 @@ private slots:
         const LoadedFrame loaded = load(path());
         QVERIFY(loaded.data);
         compareIntegers(loaded.image(), kind);
-    }
-
-    void shortFloats_data()
-    {
-        QTest::addColumn<int>("exponentBits");
-        QTest::addColumn<int>("fractionBits");
-        QTest::addColumn<QString>("mode");
-        QTest::addColumn<int>("predictor");
-        for (const char* mode : {"wl", "wb"}) {
-            for (int predictor : {PREDICTOR_NONE, PREDICTOR_FLOATINGPOINT}) {
-                QTest::addRow("half, %s, predictor %d", mode, predictor)
-                    << 5 << 10 << QString::fromLatin1(mode) << predictor;
-                QTest::addRow("24 bits, %s, predictor %d", mode, predictor)
-                    << 7 << 16 << QString::fromLatin1(mode) << predictor;
-            }
-        }
-    }
-
-    // All 65,536 half floats, and 65,536 of the 24-bit ones with every exponent.
-    void shortFloats()
-    {
-        QFETCH(int, exponentBits);
-        QFETCH(int, fractionBits);
-        QFETCH(QString, mode);
-        QFETCH(int, predictor);
-        const QByteArray modeText = mode.toLatin1();
-        TiffKind kind;
-        kind.width = kind.height = 256;
-        kind.bits = 1 + exponentBits + fractionBits;
-        kind.format = SAMPLEFORMAT_IEEEFP;
-        kind.mode = modeText.constData();
-        kind.predictor = predictor;
-        kind.compression = predictor == PREDICTOR_NONE ? COMPRESSION_NONE : COMPRESSION_LZW;
-        const int spread = kind.bits - 16;
-        const auto bits = [&](int x, int y, int) { return static_cast<quint64>(y * 256 + x) << spread | (x & spread); };
-        // libtiff's writer swaps the bytes for big-endian files, but not so that this predictor needs them swapped.
-        const bool isSwapped = predictor != PREDICTOR_NONE && mode == QLatin1String("wb");
-        QVERIFY(makeTiff(path(), kind, [&](int x, int y, int c) {
-            const quint64 sample = bits(x, y, c);
-            return isSwapped ? qbswap(sample) >> (64 - kind.bits) : sample;
-        }));
-        const LoadedFrame loaded = load(path());
-        QVERIFY2(loaded.data, qPrintable(loaded.loader->lastError().reason));
-        QCOMPARE(int(loaded.image().dataType), int(ep::DataTypeFloat));
-        QCOMPARE(loaded.image().bitDepth, 32);
-        QCOMPARE(loaded.common()->colorBitDepth, kind.bits);
-        for (int y = 0; y < 256; ++y) {
-            for (int x = 0; x < 256; ++x) {
-                const double expected = shortFloat(static_cast<quint32>(bits(x, y, 0)), exponentBits, fractionBits);
-                const auto value = static_cast<double>(sampleAt<float>(loaded.image(), x, y));
-                QVERIFY(std::isnan(expected) ? std::isnan(value) : value == expected);
-                QCOMPARE(std::signbit(value), y >= 128);
-            }
-        }
-    }
-
-    void wideFloats()
-    {
-        TiffKind kind;
-        kind.format = SAMPLEFORMAT_IEEEFP;
-        for (int bits : {32, 64}) {
-            kind.bits = bits;
-            for (const char* mode : {"wl", "wb"}) {
-                kind.mode = mode;
-                QVERIFY(makeTiff(path(), kind, mixed));
-                const LoadedFrame loaded = load(path());
-                QVERIFY(loaded.data);
-                QCOMPARE(int(loaded.image().dataType), int(bits == 32 ? ep::DataTypeFloat : ep::DataTypeDouble));
-                const quint64 expected = lowBits(mixed(6, 4, 0), bits);
-                QCOMPARE(bits == 32 ? sampleAt<quint32>(loaded.image(), 6, 4) : sampleAt<quint64>(loaded.image(), 6, 4),
-                         expected);
-            }
-        }
     }
 
     void samplesAreNotInterpreted_data()

@@ -24,12 +24,6 @@ constexpr bool peakTells = false;
 constexpr bool peakTells = true;
 #endif
 
-quint64 mixed(int x, int y, int c)
-{
-    const quint64 value = (quint64(x) * 0x9e3779b97f4a7c15u) ^ (quint64(y) * 0xbf58476d1ce4e5b9u);
-    return (value ^ value >> 29) * quint64(2 * c + 1);
-}
-
 TiffKind kindOf(int bits, int compression, int predictor = PREDICTOR_NONE)
 {
     TiffKind kind;

@@ -17,6 +17,15 @@ namespace testing {
 /** Gives the lowest bits of the sample at column x, row y, channel c as they shall stand in the file. */
 using TiffSamples = std::function<quint64(int x, int y, int c)>;
 
+/** Samples without a pattern. */
+inline quint64 mixed(int x, int y, int c)
+{
+    quint64 value = static_cast<quint64>(x) * 0x9e3779b97f4a7c15u + static_cast<quint64>(y) * 0xbf58476d1ce4e5b9u
+                    + static_cast<quint64>(c + 1) * 0x94d049bb133111ebu;
+    value ^= value >> 31;
+    return value * 0xd6e8feb86659fd93u;
+}
+
 /** A kind of TIFF file. */
 struct TiffKind {
     int width = 7;
