@@ -57,6 +57,8 @@ private slots:
         QTest::newRow("no RAW plug-in") << QByteArray("epformat_raw");
         QTest::newRow("no TIFF library") << QByteArray("libtiff");
         QTest::newRow("no RAW library") << QByteArray("libraw_r");
+        QTest::newRow("no FITS plug-in") << QByteArray("epformat_fits");
+        QTest::newRow("no FITS library") << QByteArray("libcfitsio");
         QTest::newRow("no OpenImageIO") << QByteArray("libOpenImageIO");
     }
     void noFormatLibraryIsLoadedBeforeAFileNeedsIt()
