@@ -1,9 +1,10 @@
 #include "CheckFitsTiles.h"
 
+#include "RiceCode.h"
+
 #include <zlib.h>
 
 #include <algorithm>
-#include <limits>
 #include <vector>
 
 namespace ep {
@@ -49,68 +50,99 @@ qint64 tileSamples(const FitsImage& source, qint64 row)
 /** The columns that a tile may stand in. */
 class TileTable {
 public:
-    TileTable(const FitsFile& file, const FitsImage& source) : m_file(file.handle()), m_source(source)
+    TileTable(const FitsFile& file, const FitsImage& source)
+        : m_file(file.handle()), m_source(source), m_coded(column("COMPRESSED_DATA")),
+          m_deflated(column("GZIP_COMPRESSED_DATA")), m_plain(column("UNCOMPRESSED_DATA")),
+          m_sampleBytes(source.bitpix < 0 ? -source.bitpix / 8 : source.bitpix / 8),
+          m_isRice(source.header.text("ZCMPTYPE").startsWith("RICE")), m_isExact(source.bitpix < 0 && isUnscaled())
     {
-        const bool isDeflated = source.header.text("ZCMPTYPE").startsWith("GZIP");
-        m_compressed = {column("COMPRESSED_DATA"), isDeflated};
-        m_fallback = {column("GZIP_COMPRESSED_DATA"), true};
-        m_plain = column("UNCOMPRESSED_DATA");
     }
 
+    /** True when cfitsio can decode the tile in @p row, from the column in which it looks first. */
     bool check(qint64 row)
     {
         const qint64 samples = tileSamples(m_source, row);
-        return m_compressed.number > 0 && checkCompressed(m_compressed, row, samples)
-               && checkCompressed(m_fallback, row, samples) && lengthOf(m_plain, row) <= samples;
+        if (m_coded == 0 || m_coded == damaged || m_deflated == damaged || m_plain == damaged)
+            return false;
+        if (lengthOf(m_coded, row) != 0)
+            return read(m_coded, row) && (m_isRice ? isRiceCode(samples) : isDeflated(samples));
+        if (m_plain != 0)
+            return lengthOf(m_plain, row) == samples;
+        return m_deflated != 0 && read(m_deflated, row)
+               && inflatedSize(m_bytes, samples * m_sampleBytes) == samples * m_sampleBytes;
     }
 
 private:
-    struct Column {
-        int number = 0;  // 0: there is none
-        bool isDeflated = false;
-    };
+    static constexpr int damaged = -1;
 
+    /** The number of a column; 0 when there is none. */
     int column(const char* name)
     {
         int number = 0;
         int status = 0;
         // cfitsio wants a pattern that it may write to.
         QByteArray pattern(name);
-        return fits_get_colnum(m_file, CASEINSEN, pattern.data(), &number, &status) == 0 ? number : 0;
+        fits_get_colnum(m_file, CASEINSEN, pattern.data(), &number, &status);
+        return status == 0 ? number : status == COL_NOT_FOUND ? 0 : damaged;
     }
 
-    /** Elements of the tile in column @p number; past every limit when that cannot be read. */
+    /** Elements of the tile in column @p number; -1 when that cannot be read. */
     qint64 lengthOf(int number, qint64 row)
     {
         LONGLONG length = 0;
         LONGLONG offset = 0;
         int status = 0;
-        if (number > 0)
-            fits_read_descriptll(m_file, number, row + 1, &length, &offset, &status);
-        return status == 0 && length >= 0 ? length : std::numeric_limits<qint64>::max();
+        fits_read_descriptll(m_file, number, row + 1, &length, &offset, &status);
+        return status == 0 ? length : -1;
     }
 
-    bool checkCompressed(const Column& column, qint64 row, qint64 samples)
+    /** Reads the bytes of a tile; false unless there are any. */
+    bool read(int number, qint64 row)
     {
-        const qint64 length = lengthOf(column.number, row);
-        if (length > m_source.stored)
+        const qint64 length = lengthOf(number, row);
+        if (length < 1 || length > m_source.stored)
             return false;
-        if (length == 0 || !column.isDeflated)
-            return true;
         m_bytes.resize(static_cast<size_t>(length));
         int anyNothing = 0;
         int status = 0;
-        fits_read_col_byt(m_file, column.number, row + 1, 1, length, 0, m_bytes.data(), &anyNothing, &status);
-        constexpr qint64 largestSample = 8;
-        const qint64 size = status == 0 ? inflatedSize(m_bytes, samples * largestSample) : -1;
-        return size == samples || size == samples * 2 || size == samples * 4 || size == samples * 8;
+        fits_read_col_byt(m_file, number, row + 1, 1, length, 0, m_bytes.data(), &anyNothing, &status);
+        return status == 0;
+    }
+
+    bool isRiceCode(qint64 samples) const
+    {
+        // cfitsio would take integers for floats of twice their size.
+        const FitsHeader& header = m_source.header;
+        return !m_isExact
+               && holdsRiceCode(m_bytes, samples, header.integer("ZVAL1", 1),
+                                static_cast<int>(header.integer("ZVAL2", 4)));
+    }
+
+    bool isDeflated(qint64 samples)
+    {
+        constexpr qint64 largestInteger = 4;
+        const qint64 size = inflatedSize(m_bytes, samples * std::max(m_sampleBytes, largestInteger));
+        if (m_isExact)
+            return size == samples * m_sampleBytes;
+        const bool isSmaller = m_source.bitpix > 0 && (size == samples || size == samples * 2);
+        return isSmaller || size == samples * largestInteger;
+    }
+
+    /** True when floats are kept as such, and not as integers with a scale. */
+    bool isUnscaled()
+    {
+        const FitsHeader& header = m_source.header;
+        return header.text("ZQUANTIZ") == "NONE" || (!header.has("ZSCALE") && column("ZSCALE") == 0);
     }
 
     fitsfile* m_file;
     const FitsImage& m_source;
-    Column m_compressed;
-    Column m_fallback;
-    int m_plain = 0;
+    int m_coded;
+    int m_deflated;
+    int m_plain;
+    qint64 m_sampleBytes;
+    bool m_isRice;
+    bool m_isExact;
     std::vector<unsigned char> m_bytes;
 };
 

@@ -12,9 +12,9 @@ namespace fits {
 
 /**
  * True when cfitsio can decode the tiles of @p source, whose table is the current unit of @p file; else false with the
- * reason in @p error. cfitsio asks for memory without end when a deflated tile ends too early, and writes past its
- * buffer when a plain one is too long: so what it will decode is looked at first, and deflated tiles are inflated
- * twice.
+ * reason in @p error. cfitsio asks for memory without end when a deflated tile ends too early, reads past the end of a
+ * Rice-coded one, and writes past its buffer when a plain one is too long: so what it will decode is looked at first,
+ * and deflated tiles are inflated twice.
  */
 bool checkFitsTiles(const FitsFile& file, const FitsImage& source, SxFileError& error);
 

@@ -16,6 +16,19 @@ QByteArray withoutTrailingBlanks(QByteArray text)
     return text;
 }
 
+/** The word that some reader may take for the keyword of @p line, wherever and however it stands there. */
+QByteArray looseName(const QByteArray& line)
+{
+    const QByteArray longForm = "HIERARCH ";
+    QByteArray text = line.trimmed().toUpper();
+    if (text.startsWith(longForm))
+        text = text.mid(longForm.size()).trimmed();
+    int length = 0;
+    while (length < text.size() && text[length] > ' ' && text[length] != '=')
+        ++length;
+    return text.left(length);
+}
+
 /** Sets text and kind of @p card from what follows the "=" of a header line. */
 void takeValue(const QByteArray& field, FitsCard& card)
 {
@@ -55,9 +68,15 @@ bool FitsHeader::read(QIODevice& device, qint64 offset, FitsHeader& header, SxFi
         header.m_bytes += blockBytes;
         for (int at = 0; at < blockBytes; at += cardBytes) {
             const QByteArray card = block.mid(at, cardBytes);
-            if (card.startsWith("END ") && card.trimmed() == "END")
+            if (looseName(card.left(nameBytes)) != "END") {
+                header.take(card);
+                continue;
+            }
+            if (card.trimmed() == "END")
                 return true;
-            header.take(card);
+            // For some readers the header ends here, and for others it does not.
+            error = {ExFileError::Unreadable, QStringLiteral("the end of a header is not clear")};
+            return false;
         }
     }
     error = {ExFileError::Unreadable, QStringLiteral("a header does not end within 64 MiB")};
@@ -66,6 +85,9 @@ bool FitsHeader::read(QIODevice& device, qint64 offset, FitsHeader& header, SxFi
 
 void FitsHeader::take(const QByteArray& line)
 {
+    const QByteArray loose = looseName(line);
+    if (!line.startsWith(loose.leftJustified(nameBytes) + "= ") || m_index.contains(loose))
+        m_unclear.insert(loose);
     FitsCard card;
     card.name = line.left(nameBytes).trimmed();
     const int equals = line.indexOf('=');
@@ -89,16 +111,14 @@ void FitsHeader::take(const QByteArray& line)
     } else {
         return;
     }
-    if (m_index.contains(card.name))
-        m_repeated.append(card.name);
-    else
+    if (!m_index.contains(card.name))
         m_index.insert(card.name, m_cards.size());
     m_cards.append(card);
 }
 
-bool FitsHeader::repeats(const QByteArray& stem) const
+bool FitsHeader::isUnclear(const QByteArray& stem) const
 {
-    for (const QByteArray& name : m_repeated)
+    for (const QByteArray& name : m_unclear)
         if (name.startsWith(stem))
             return true;
     return false;

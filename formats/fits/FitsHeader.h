@@ -7,9 +7,9 @@
 #include <ep/SxFileError.h>
 
 #include <QByteArray>
-#include <QByteArrayList>
 #include <QHash>
 #include <QIODevice>
+#include <QSet>
 #include <QString>
 #include <QVector>
 
@@ -50,23 +50,28 @@ public:
     qint64 bytes() const { return m_bytes; }
 
     bool has(const QByteArray& name) const { return m_index.contains(name); }
-    /** True when a keyword that begins with @p stem stands there more than once. */
-    bool repeats(const QByteArray& stem) const;
+    /**
+     * True when other readers may take another value than this one for a keyword that begins with @p stem: it stands
+     * there more than once, in small letters, in the long form, or not in its columns.
+     */
+    bool isUnclear(const QByteArray& stem) const;
     /** The value of keyword @p name; empty when there is none. */
     QByteArray text(const QByteArray& name) const;
     /** The value as a finite number; false when there is none. */
     bool number(const QByteArray& name, double& value) const;
     /** The value as an integer, or @p missing when it is none. */
     qint64 integer(const QByteArray& name, qint64 missing) const;
-    /** True for a logical value T. */
-    bool isTrue(const QByteArray& name) const { return text(name) == "T"; }
+    /** The value as a count of things; -1 when it is none, or @p missing without the keyword. */
+    qint64 count(const QByteArray& name, qint64 missing) const { return integer(name, has(name) ? -1 : missing); }
+    /** True for a logical value that is not F: some readers take numbers for T. */
+    bool isTrue(const QByteArray& name) const { return has(name) && text(name) != "F"; }
 
 private:
     void take(const QByteArray& card);
 
     QVector<FitsCard> m_cards;
     QHash<QByteArray, int> m_index;  // the first card of a name counts
-    QByteArrayList m_repeated;
+    QSet<QByteArray> m_unclear;
     qint64 m_bytes = 0;
 };
 

@@ -4,6 +4,7 @@
 
 #include <ep/internal/CheckedSize.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace ep {
@@ -59,12 +60,13 @@ CheckedSize dataBits(const FitsHeader& header, QVector<qint64> axes)
     for (const qint64 length : axes)
         samples = samples * length;
     const qint64 bitpix = header.integer("BITPIX", 0);
-    return (samples + header.integer("PCOUNT", 0)) * header.integer("GCOUNT", 1) * (bitpix < 0 ? -bitpix : bitpix);
+    return (samples + header.count("PCOUNT", 0)) * header.count("GCOUNT", 1) * (bitpix < 0 ? -bitpix : bitpix);
 }
 
 bool isCompressedImage(const FitsHeader& header)
 {
-    return header.text("XTENSION") == "BINTABLE" && header.isTrue("ZIMAGE");
+    // Binary tables have had other names.
+    return header.has("XTENSION") && header.text("XTENSION") != "IMAGE" && header.isTrue("ZIMAGE");
 }
 
 bool holdsImage(const FitsHeader& header, const QVector<qint64>& axes)
@@ -122,10 +124,13 @@ bool isWithin(const FitsHeader& header, const QByteArray& name, qint64 least, qi
     return !header.has(name) || (value >= least && value <= most);
 }
 
-/**
- * Checks what decoders are told apart from the tiles: cfitsio divides by one of it and looks up a table by another, and
- * of two equal keywords it may take the other one.
- */
+/** True when every reader takes the same values for the keywords that begin with @p stems. */
+bool isClear(const FitsHeader& header, const QList<QByteArray>& stems)
+{
+    return std::none_of(stems.cbegin(), stems.cend(), [&](const QByteArray& stem) { return header.isUnclear(stem); });
+}
+
+/** Checks what decoders are told apart from the tiles: cfitsio divides by one of it and looks up a table by another. */
 bool checkCompression(const FitsHeader& header, SxFileError& error)
 {
     const QByteArray kind = header.text("ZCMPTYPE");
@@ -139,11 +144,10 @@ bool checkCompression(const FitsHeader& header, SxFileError& error)
     constexpr qint64 longestRiceBlock = 64;
     constexpr qint64 ditherSeeds = 10000;
     const bool isRice = kind.startsWith("RICE");
-    bool isClear = true;
-    for (const char* stem : {"ZCMPTYPE", "ZBITPIX", "ZNAXIS", "ZTILE", "ZNAME", "ZVAL", "ZQUANTIZ", "ZDITHER0"})
-        isClear = isClear && !header.repeats(stem);
+    const bool isExactFloat = header.text("ZQUANTIZ") == "NONE";
     const bool isSound =
-        isClear && isWithin(header, "ZDITHER0", 1, ditherSeeds)
+        isClear(header, {"ZCMPTYPE", "ZBITPIX", "ZNAXIS", "ZTILE", "ZVAL", "ZQUANTIZ", "ZDITHER0", "ZSCALE"})
+        && (!isExactFloat || header.integer("ZBITPIX", 0) < 0) && isWithin(header, "ZDITHER0", 1, ditherSeeds)
         && (!isRice || (isWithin(header, "ZVAL1", 1, longestRiceBlock) && isWithin(header, "ZVAL2", 1, 4)));
     return isSound || fail(error, QStringLiteral("its header tells no sensible compression"));
 }
@@ -215,28 +219,32 @@ bool describe(const QVector<qint64>& axes, qint64 memoryLimit, FitsImage& image,
 
 bool findFitsImage(QIODevice& device, qint64 memoryLimit, FitsImage& image, SxFileError& error)
 {
-    qint64 offset = 0;
+    image.offset = 0;
     for (image.unit = 1; image.unit <= mostUnits; ++image.unit) {
         // Bytes after the last unit that are no further one are passed over by every reader.
-        if (image.unit > 1 && (!device.seek(offset) || device.peek(8) != "XTENSION"))
+        if (image.unit > 1 && (!device.seek(image.offset) || device.peek(8) != "XTENSION"))
             break;
         QVector<qint64> axes;
-        if (!FitsHeader::read(device, offset, image.header, error) || !readAxes(image.header, "", axes, error))
+        const FitsHeader& header = image.header;
+        if (!FitsHeader::read(device, image.offset, image.header, error) || !readAxes(header, "", axes, error))
             return false;
-        const CheckedSize bits = dataBits(image.header, axes);
-        const CheckedSize end = CheckedSize(bits.value() / 8) + offset + image.header.bytes() + blockBytes;
+        if (!isClear(header, {"XTENSION", "BITPIX", "NAXIS", "PCOUNT", "GCOUNT", "GROUPS", "ZIMAGE"}))
+            return fail(error, QStringLiteral("its header contradicts itself"));
+        const CheckedSize bits = dataBits(header, axes);
+        const CheckedSize end = CheckedSize(bits.value() / 8) + image.offset + header.bytes() + blockBytes;
         if (!bits.isValid() || !end.isValid())
             return fail(error, QStringLiteral("its header tells a size past all bounds"), ExFileError::TooLarge);
         image.stored = bits.value() / 8;
-        const qint64 missing = offset + image.header.bytes() + wholeBlocks(image.stored) - device.size();
-        if (holdsImage(image.header, axes)) {
-            if (missing > 0)
-                return fail(error, QStringLiteral("the file ends %1 bytes short of its data").arg(missing));
+        const qint64 next = image.offset + header.bytes() + wholeBlocks(image.stored);
+        if (holdsImage(header, axes)) {
+            if (next > device.size())
+                return fail(error,
+                            QStringLiteral("the file ends %1 bytes short of its data").arg(next - device.size()));
             return describe(axes, memoryLimit, image, error);
         }
-        if (missing > 0)
+        if (next > device.size())
             break;
-        offset += image.header.bytes() + wholeBlocks(image.stored);
+        image.offset = next;
     }
     return fail(error, QStringLiteral("it holds no image"), ExFileError::Unsupported);
 }

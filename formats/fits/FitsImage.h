@@ -14,6 +14,7 @@ namespace fits {
 /** Where the image of a file stands, and what it becomes. */
 struct FitsImage {
     int unit = 1;               ///< number of its header and data unit, from 1
+    qint64 offset = 0;          ///< first byte of that unit in the file
     FitsHeader header;          ///< its header
     SxImageInfo info = {};      ///< the image record without storage, as if nothing were known of a mosaic
     qint32 bitpix = 0;          ///< FITS's code of the stored samples

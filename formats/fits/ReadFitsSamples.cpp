@@ -28,8 +28,13 @@ bool agrees(const FitsFile& file, const FitsImage& source)
     QVector<LONGLONG> lengths(mostAxes, 1);
     fits_get_img_paramll(file.handle(), mostAxes, &bitpix, &axes, lengths.data(), &status);
     const bool isCompressed = fits_is_compressed_image(file.handle(), &status) != 0;
-    return status == 0 && bitpix == source.bitpix && isCompressed == source.isCompressed
-           && lengths[0] == source.info.width && lengths[1] == source.info.height && lengths[2] == source.info.channels;
+    LONGLONG header = 0;
+    LONGLONG data = 0;
+    LONGLONG end = 0;
+    fits_get_hduaddrll(file.handle(), &header, &data, &end, &status);
+    return status == 0 && header == source.offset && data == source.offset + source.header.bytes()
+           && bitpix == source.bitpix && isCompressed == source.isCompressed && lengths[0] == source.info.width
+           && lengths[1] == source.info.height && lengths[2] == source.info.channels;
 }
 
 int readAll(const FitsFile& file, const FitsImage& source, SxImageBuf& image)

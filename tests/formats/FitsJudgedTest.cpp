@@ -57,6 +57,7 @@ for kind in 'RICE_1', 'GZIP_1', 'GZIP_2':
 write('ushort', fits.PrimaryHDU(), fits.CompImageHDU(rule.astype('uint16'), compression_type='RICE_1'))
 write('cube', fits.PrimaryHDU(), fits.CompImageHDU(np.stack([rule, rule + 1, rule + 2]), compression_type='GZIP_1'))
 write('float', fits.PrimaryHDU(), fits.CompImageHDU(rule.astype('float32'), compression_type='GZIP_2', quantize_level=0))
+write('double', fits.PrimaryHDU(), fits.CompImageHDU(rule.astype('float64'), compression_type='GZIP_1', quantize_level=0))
 scaled = fits.PrimaryHDU(rule.astype('float64'))
 scaled.scale('int32', bscale=0.5, bzero=10)
 write('scaled', scaled)
@@ -142,6 +143,7 @@ void FitsJudgedTest::otherForms_data()
     QTest::newRow("ushort") << int(ep::DataTypeUInt16) << false << 1;
     QTest::newRow("cube") << signedType << false << 3;
     QTest::newRow("float") << int(ep::DataTypeFloat) << false << 1;
+    QTest::newRow("double") << int(ep::DataTypeDouble) << false << 1;
     QTest::newRow("scaled") << int(ep::DataTypeDouble) << false << 1;
 }
 
@@ -166,7 +168,8 @@ void FitsJudgedTest::otherForms()
                                                                    : double(sampleAt<qint16>(image, x, y, c));
                 QCOMPARE(number, double(expected));
             }
-    QCOMPARE(loaded.attribute("BSCALE"), type == ep::DataTypeDouble ? QStringLiteral("0.5") : QString());
+    const bool isScaled = QTest::currentDataTag() == QByteArray("scaled");
+    QCOMPARE(loaded.attribute("BSCALE"), isScaled ? QStringLiteral("0.5") : QString());
 }
 
 QTEST_GUILESS_MAIN(FitsJudgedTest)

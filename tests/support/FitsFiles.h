@@ -43,6 +43,24 @@ inline QByteArray fitsFile(int bitpix, const QList<int>& axes, const QByteArrayL
     return fitsHeader(all + lines) + filledUp(data, '\0');
 }
 
+/** Where the line of keyword @p name begins; -1: nowhere. */
+inline int fitsCardAt(const QByteArray& file, const QByteArray& name)
+{
+    return file.indexOf(name.leftJustified(8) + '=');
+}
+
+/** @p file with another card in place of that of keyword @p old. */
+inline QByteArray replacedFitsCard(QByteArray file, const QByteArray& old, const QByteArray& card)
+{
+    const int at = fitsCardAt(file, old);
+    return at < 0 ? QByteArray() : file.replace(at, 80, card.leftJustified(80));
+}
+
+inline QByteArray changedFitsCard(const QByteArray& file, const QByteArray& name, const QByteArray& value)
+{
+    return replacedFitsCard(file, name, name.leftJustified(8) + "= " + value);
+}
+
 /** What loading gave. */
 struct FitsLoaded {
     LoadedFrame frame;
