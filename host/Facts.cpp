@@ -16,13 +16,20 @@ QJsonObject jsonOf(const Facts& facts)
     return object;
 }
 
-void writeFacts(const Facts& facts, Output& output)
+QString factsText(const Facts& facts)
 {
     constexpr int labelWidth = 18;
+    QString lines;
     for (const Fact& fact : facts)
         if (!fact.label.isEmpty())
-            output.data(QStringLiteral("  ") + printable(fact.label).leftJustified(labelWidth) + QLatin1Char(' ')
-                        + printable(fact.text) + QLatin1Char('\n'));
+            lines += QStringLiteral("  ") + printable(fact.label).leftJustified(labelWidth) + QLatin1Char(' ')
+                     + printable(fact.text) + QLatin1Char('\n');
+    return lines;
+}
+
+void writeFacts(const Facts& facts, Output& output)
+{
+    output.data(factsText(facts));
 }
 
 QString numberText(double value)

@@ -25,6 +25,8 @@ using Facts = QVector<Fact>;
 /** The facts as one object. A fact without a key is left out. */
 QJsonObject jsonOf(const Facts& facts);
 /** The facts line by line, indented and with their texts in one column. A fact without a label is left out. */
+QString factsText(const Facts& facts);
+/** Writes factsText(). */
 void writeFacts(const Facts& facts, Output& output);
 
 /** A number as people write it, in full and without exponent where it is whole. */

@@ -2,6 +2,7 @@
 
 #include "Json.h"
 #include "MetadataReport.h"
+#include "NoteCollector.h"
 #include "Output.h"
 
 #include <CLI/CLI.hpp>
@@ -109,17 +110,37 @@ bool readPicture(const QString& file, const PreviewRequest& request, PreviewPict
     return true;
 }
 
-ExitCode drawPicture(const PreviewRequest& request, Output& output)
+FileOutcome previewFile(const PreviewRequest& request, const QString& input, const QString& output)
 {
+    FileOutcome outcome;
+    outcome.answer = {{QStringLiteral("input"), input}, {QStringLiteral("output"), output}};
+    NoteCollector collector(outcome.notes);
     PreviewPicture preview;
     ep::SxFileError error;
-    output.setSubject(request.input());
-    if (!readPicture(request.input(), request, preview, error))
-        return previewFailed(request, request.input(), error, exitCodeOfInput(error.kind), output);
-    output.setSubject(request.output());
-    if (!ep::CxImageFormatManager::saveImageToFile(request.output(), preview.picture.image(), nullptr, nullptr, false,
-                                                   QString(), &error))
-        return previewFailed(request, request.output(), error, exitCodeOfOutput(error.kind), output);
-    previewDone(request, factsOf(preview), output);
-    return ExitCode::Done;
+    collector.setSubject(input);
+    try {
+        if (!readPicture(input, request, preview, error)) {
+            failInput(outcome, input, error);
+            return outcome;
+        }
+    } catch (const CLI::ValidationError& refusal) {
+        failUsage(outcome, input, QString::fromUtf8(refusal.what()));
+        return outcome;
+    }
+    collector.setSubject(output);
+    if (!ep::CxImageFormatManager::saveImageToFile(output, preview.picture.image(), nullptr, nullptr, false, QString(),
+                                                   &error)) {
+        failOutput(outcome, output, error);
+        return outcome;
+    }
+    const Facts facts = factsOf(preview);
+    outcome.line = QStringLiteral("%1 -> %2\n").arg(printable(input), printable(output)) + factsText(facts);
+    outcome.answer[QStringLiteral("preview")] = jsonOf(facts);
+    return outcome;
+}
+
+ExitCode drawPicture(const PreviewRequest& request, Output& output)
+{
+    return sayOutcome(previewFile(request, request.input(), request.output()), QStringLiteral("preview"), request.json,
+                      output);
 }

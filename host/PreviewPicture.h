@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "FileOutcome.h"
 #include "PreviewRequest.h"
 
 #include <ep/epcore.h>
@@ -22,6 +23,9 @@ struct PreviewPicture {
  * Throws CLI::ValidationError when the image does not have what is asked for.
  */
 bool readPicture(const QString& file, const PreviewRequest& request, PreviewPicture& preview, ep::SxFileError& error);
+
+/** Draws @p input as @p output, as @p request wants to see it. Thread-safe; says nothing. */
+FileOutcome previewFile(const PreviewRequest& request, const QString& input, const QString& output);
 
 /** Draws one image; a DrawPreview. */
 ExitCode drawPicture(const PreviewRequest& request, Output& output);

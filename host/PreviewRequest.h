@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "Batch.h"
 #include "Command.h"
 #include "Facts.h"
 
@@ -14,8 +15,9 @@
 
 /** The command line of `orn preview`. */
 struct PreviewRequest {
-    std::vector<std::string> files;  // at least two: what to draw, and last the picture
-    int channel = 0;                 // counted from 1; 0: colours
+    std::vector<std::string> files;  // what to draw, and last the picture where this is no batch
+    BatchOptions batch;
+    int channel = 0;  // counted from 1; 0: colours
     std::vector<int> zoom;
     bool histogram = false;
     bool logarithmic = false;

@@ -43,7 +43,8 @@ Argument argumentOf(const CLI::Option& option)
     else if (option.get_items_expected_max() > 0)
         argument.label = typeName.substr(0, typeName.find(':'));
     // The program works on files: what stands alone names one, unless it is one of a few words.
-    argument.isFile = argument.choices.empty() && (argument.names.empty() || argument.label == "FILE");
+    argument.isFile =
+        argument.choices.empty() && (argument.names.empty() || argument.label == "FILE" || argument.label == "DIR");
     return argument;
 }
 

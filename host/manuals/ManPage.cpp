@@ -51,11 +51,12 @@ std::string italic(const std::string& text)
     return "\\fI" + escaped(text) + "\\fR";
 }
 
+/** "A, B or C", a line each: the lines of a page are short. */
 std::string joined(const std::vector<std::string>& words)
 {
     std::string result;
     for (size_t i = 0; i < words.size(); ++i)
-        result += (i == 0 ? "" : i + 1 < words.size() ? ", " : " or ") + bold(words[i]);
+        result += (i == 0 ? "" : i + 1 < words.size() ? ",\n" : " or ") + bold(words[i]);
     return result;
 }
 
