@@ -20,11 +20,12 @@ namespace {
 constexpr int mostRanges = 4;
 using LevelTable = std::array<bool, 1 << 16>;
 
-bool hasTables(const ep::SxImageInfo& image, const bool* const* tables)
+/** True when @p arrays has an array for every channel. */
+template <typename Item>
+bool hasOnePerChannel(const ep::SxImageInfo& image, const Item* const* arrays)
 {
-    return tables && std::all_of(tables, tables + std::max(image.channels, 0), [](const bool* table) {
-               return table != nullptr;
-           });
+    const auto isThere = [](const Item* array) { return array != nullptr; };
+    return arrays && std::all_of(arrays, arrays + std::max(image.channels, 0), isThere);
 }
 
 /** Flags what lies outside of a range, and what an image of @p bitDepth bits cannot hold. */
@@ -41,7 +42,7 @@ bool RepairImage(ep::SxImageBuf& image, const ep::SxImageBuf& mask, const bool**
                  QVector<InvalidPixel>* invalidPixels)
 {
     const qint32 bytes = bytesPerSample(image.dataType);
-    if (!image.data || bytes > 2 || !hasTables(image, levelsToRepair))
+    if (!image.data || bytes > 2 || !hasOnePerChannel(image, levelsToRepair))
         return false;
     seedRandom(static_cast<uint>(QTime::currentTime().msec()));
     if (image.layout != ep::LayoutPacked && image.layout != ep::LayoutPlanar)
@@ -59,7 +60,8 @@ bool RepairImage(ep::SxImageBuf& image, const ep::SxImageBuf& mask, const bool**
 
 bool RepairImage(ep::SxImageBuf& image, const unsigned short** validRanges, QVector<InvalidPixel>& invalidPixels)
 {
-    if (!image.data || bytesPerSample(image.dataType) > 2 || image.channels > mostRanges || !validRanges)
+    if (!image.data || bytesPerSample(image.dataType) > 2 || image.channels > mostRanges
+        || !hasOnePerChannel(image, validRanges))
         return false;
     const auto tables = std::make_unique<LevelTable[]>(mostRanges);
     const bool* levelsToRepair[mostRanges] = {};

@@ -60,7 +60,7 @@ public:
     bool admits(qint64 row, qint64 column) const
     {
         const qint64 offset = row * m_stride + column;
-        return offset >= m_size || m_bytes[offset] != 0;
+        return offset < 0 || offset >= m_size || m_bytes[offset] != 0;
     }
 
 private:
@@ -103,11 +103,37 @@ private:
     /** Repairs row @p y of one plane, or of all channels of a packed image. */
     void repairRow(qint32 plane, qint32 y)
     {
+        constexpr qint32 block = 16;
         const qint32 past = m_image.layout == ep::LayoutPlanar ? plane + 1 : m_image.channels;
-        const unsigned char* sample = ep::internal::planeView(m_image, plane).row(y);
-        qint64 own = 0;  // the mask byte of the sample itself moves on with every sample, not with every pixel
-        for (qint32 x = 0; x < m_image.width; ++x)
-            for (qint32 channel = plane; channel < past; ++channel, ++own, sample += sizeof(Sample))
+        const std::ptrdiff_t pixelBytes = static_cast<std::ptrdiff_t>(sizeof(Sample)) * (past - plane);
+        const unsigned char* row = ep::internal::planeView(m_image, plane).row(y);
+        qint32 x = 0;
+        for (; m_image.width - x >= block; x += block)
+            if (hasInvalid<block>(row + x * pixelBytes, plane, past))
+                repairPixels(row, plane, past, x, x + block, y);
+        repairPixels(row, plane, past, x, m_image.width, y);
+    }
+
+    /** True when any sample of @p count pixels is invalid: without a branch per sample, as hardly any is. */
+    template <qint32 count>
+    bool hasInvalid(const unsigned char* sample, qint32 firstChannel, qint32 pastChannel) const
+    {
+        const std::ptrdiff_t pixelBytes = static_cast<std::ptrdiff_t>(sizeof(Sample)) * (pastChannel - firstChannel);
+        bool any = false;
+        for (qint32 channel = firstChannel; channel < pastChannel; ++channel, sample += sizeof(Sample))
+            for (std::ptrdiff_t x = 0; x < count; ++x)
+                any |= isInvalid(sample + x * pixelBytes, channel);
+        return any;
+    }
+
+    void repairPixels(const unsigned char* row, qint32 firstChannel, qint32 pastChannel, qint32 firstX, qint32 pastX,
+                      qint32 y)
+    {
+        // The mask byte of the sample itself moves on with every sample, not with every pixel.
+        qint64 own = static_cast<qint64>(firstX) * (pastChannel - firstChannel);
+        const unsigned char* sample = row + own * static_cast<std::ptrdiff_t>(sizeof(Sample));
+        for (qint32 x = firstX; x < pastX; ++x)
+            for (qint32 channel = firstChannel; channel < pastChannel; ++channel, ++own, sample += sizeof(Sample))
                 if (isInvalid(sample, channel) && m_mask.admits(y, own))
                     repairSample(x, y, channel);
     }
@@ -118,9 +144,9 @@ private:
             return;
         const ep::internal::PlaneView plane = ep::internal::planeView(m_image, channel);
         const qint64 reach = std::max({x, y, m_image.width - 1 - x, m_image.height - 1 - y});
-        qint64 slots = 8;
+        qint64 slotCount = 8;
         for (qint64 radius = 1; radius <= reach; ++radius) {
-            const qint64 start = drawRandom() % slots;
+            const qint64 start = drawRandom() % slotCount;
             if (const unsigned char* source = findInRing(plane, channel, x, y, radius, start)) {
                 const auto found = ep::internal::loadSample<Sample>(source);
                 record(x, y, channel, ep::internal::loadSample<Sample>(plane.sample(x, y)), found);
@@ -128,7 +154,8 @@ private:
                 return;
             }
             const qint64 nextSide = 2 * radius + 3;
-            slots = nextSide * nextSide - slots - 1;  // 8, 16, 32, 48, 72, ...: the sequence of draws depends on it
+            slotCount =
+                nextSide * nextSide - slotCount - 1;  // 8, 16, 32, 48, 72, ...: the sequence of draws depends on it
         }
     }
 

@@ -22,6 +22,8 @@
 #include <orn/RepairImage.h>
 #include <orn/RepairPlanes.h>
 #include <orn/ReplayRepairs.h>
+#include <orn/SplitToPlusMinus.h>
+#include <orn/SubtractImages.h>
 #include <orn/matlab/AddImage.h>
 #include <orn/matlab/CxMatlabImageLoader.h>
 #include <orn/matlab/CxMatlabImageMetadata.h>
