@@ -101,7 +101,7 @@ bool MatElementWalk::words(Span& span, quint32* target, int count)
 
 bool MatElementWalk::tag(Span& span, quint32& type, quint32& bytes)
 {
-    quint32 both[2];
+    quint32 both[2] = {};
     if (!words(span, both, 2))
         return false;
     type = both[0];
@@ -117,7 +117,7 @@ bool MatElementWalk::tag(MatByteSource& source, quint32& type, quint32& bytes)
 
 bool MatElementWalk::dimensions(Span& span, Header& header)
 {
-    quint32 type, bytes;
+    quint32 type = 0, bytes = 0;
     if (!tag(span, type, bytes))
         return false;
     // Names stand here, of which matio skips the first tag.
@@ -125,7 +125,7 @@ bool MatElementWalk::dimensions(Span& span, Header& header)
         return true;
     if (type != MAT_T_INT32 || bytes % 4 != 0 || bytes < 4 || bytes > highestRank * 4)
         return refuse("the dimensions of a variable are damaged");
-    quint32 sizes[highestRank];
+    quint32 sizes[highestRank] = {};
     const auto rank = static_cast<int>(bytes / 4);
     if (!words(span, sizes, rank) || !pass(span, padded(bytes) - bytes))
         return false;
@@ -138,7 +138,7 @@ bool MatElementWalk::dimensions(Span& span, Header& header)
 
 bool MatElementWalk::name(Span& span, const Header& header, int holder)
 {
-    quint32 type, bytes;
+    quint32 type = 0, bytes = 0;
     if (!tag(span, type, bytes))
         return false;
     // matio takes the long name of a field for its content.

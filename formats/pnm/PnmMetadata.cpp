@@ -11,11 +11,11 @@ namespace {
 constexpr char metadataMark = ':';
 constexpr int longestLine = 70;  // with '#', mark and line end
 
-constexpr QLatin1String maxvalKey("MAXVAL");
-constexpr QLatin1String tupleTypeKey("TUPLTYPE");
-constexpr QLatin1String scaleKey("SCALE");
-constexpr QLatin1String photometricKey("PHOTOMETRIC");
-constexpr QLatin1String commentKey("COMMENT");
+const QLatin1String maxvalKey("MAXVAL");
+const QLatin1String tupleTypeKey("TUPLTYPE");
+const QLatin1String scaleKey("SCALE");
+const QLatin1String photometricKey("PHOTOMETRIC");
+const QLatin1String commentKey("COMMENT");
 
 /** The common item of @p metadata, made when there is none. */
 CxCommonImageMetadata* commonItem(CxMetadata& metadata)

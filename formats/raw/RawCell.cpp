@@ -64,7 +64,7 @@ RawCell cellOfTags(const RawDirectory& directory)
     const int width = static_cast<int>(directory.cellWidth);
     return findCell([&directory, width](int row, int column) {
         const int position = row % int(directory.cellHeight) * width + column % width;
-        const int code = directory.pattern[position];
+        const int code = static_cast<quint8>(directory.pattern[position]);
         return code < 7 ? QLatin1Char("RGBCMYW"[code]) : QLatin1Char('?');
     });
 }
