@@ -1,5 +1,6 @@
-// What each format of OpenImageIO keeps, loses and refuses, written and read back through the format manager.
+// What the formats of OpenImageIO take and refuse beyond the table of EveryFormatTest.
 #include "FormatPlugin.h"
+#include "NumberedImages.h"
 #include "TestImages.h"
 
 #include <ep/CxImageFormatManager.h>
@@ -13,72 +14,9 @@
 using namespace testing;
 using Manager = ep::CxImageFormatManager;
 
-namespace {
-
-enum Fate { Kept, Changed, Refused };
-
-/** Noise in samples of @p bits bits; floats are finite. */
-ep::CxScopedBuffer noise(ep::ExImageDataType type, int bits, int channels, ep::ExImageLayout layout = ep::LayoutPacked)
-{
-    ep::CxScopedBuffer image = randomImage(describe(type, 67, 45, channels, layout, 3));
-    image->bitDepth = bits;
-    for (int y = 0; y < 45; ++y)
-        for (int x = 0; x < 67; ++x)
-            for (int c = 0; c < channels; ++c) {
-                const double number = (x * 45.0 + y * 3.0 + c) / 7;
-                if (type == ep::DataTypeFloat)
-                    setSample(image.image(), x, y, c, static_cast<float>(number));
-                else if (type == ep::DataTypeDouble)
-                    setSample(image.image(), x, y, c, number);
-                else if (type == ep::DataTypeUInt16)
-                    setSample(image.image(), x, y, c,
-                              static_cast<quint16>(sampleAt<quint16>(image.image(), x, y, c) >> (16 - bits)));
-            }
-    return image;
-}
-
-struct SampleKind {
-    const char* name;
-    ep::ExImageDataType type;
-    int bits;
-};
-
-constexpr SampleKind kinds[] = {{"8-bit", ep::DataTypeUInt8, 8},
-                                {"12-bit", ep::DataTypeUInt16, 12},
-                                {"16-bit", ep::DataTypeUInt16, 16},
-                                {"float", ep::DataTypeFloat, 32},
-                                {"double", ep::DataTypeDouble, 64}};
-
-/** How images fare in one format: a word per sample kind with a letter for 1, 3 and 4 channels: k, c or r. */
-struct Row {
-    const char* suffix;
-    const char* fates[5];
-};
-
-// k: kept to the last sample, c: changed by the format's nature, r: refused
-constexpr Row rows[] = {
-    //        8-bit  12-bit 16-bit float  double
-    {"png", {"kkk", "kkk", "kkk", "rrr", "rrr"}},  {"exr", {"rrr", "rrr", "rrr", "kkk", "rrr"}},
-    {"jp2", {"kkk", "kkk", "kkk", "rrr", "rrr"}},  {"dpx", {"kkk", "kkk", "kkk", "kkk", "kkk"}},
-    {"bmp", {"kkk", "rrr", "rrr", "rrr", "rrr"}},  {"tga", {"kkk", "rrr", "rrr", "rrr", "rrr"}},
-    {"ico", {"rrk", "rrr", "rrr", "rrr", "rrr"}},  {"jpg", {"ccr", "rrr", "rrr", "rrr", "rrr"}},
-    {"webp", {"rcr", "rrr", "rrr", "rrr", "rrr"}}, {"heic", {"rcc", "rrr", "rrr", "rrr", "rrr"}},
-    {"gif", {"rrc", "rrr", "rrr", "rrr", "rrr"}},  {"hdr", {"rrr", "rrr", "rrr", "rcr", "rrr"}},
-};
-
-Fate fateOf(char letter)
-{
-    return letter == 'k' ? Kept : letter == 'c' ? Changed : Refused;
-}
-
-}  // namespace
-
 class OiioFormatsTest : public QObject {
     Q_OBJECT
 private slots:
-    void samples_data();
-    void samples();
-    void everyWrittenFormatIsInTheTable();
     void whatIsDeclaredIsWhatIsServed();
     void planesAndReversedColorsAreWrittenAlike();
     void manyChannelsAreKept();
@@ -88,68 +26,6 @@ private slots:
     void whatCannotBeReliedOnIsNotServed();
     void qualityIsObeyed();
 };
-
-void OiioFormatsTest::samples_data()
-{
-    QTest::addColumn<QString>("suffix");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("channels");
-    QTest::addColumn<int>("fate");
-    const char* words[] = {"keeps", "changes", "refuses"};
-    constexpr int counts[] = {1, 3, 4};
-    for (const Row& row : rows)
-        for (int kind = 0; kind < 5; ++kind)
-            for (int i = 0; i < 3; ++i) {
-                const Fate fate = fateOf(row.fates[kind][i]);
-                QTest::addRow("%s %s %s in %d channels", row.suffix, words[fate], kinds[kind].name, counts[i])
-                    << QString::fromLatin1(row.suffix) << kind << counts[i] << int(fate);
-            }
-}
-
-void OiioFormatsTest::samples()
-{
-    QFETCH(QString, suffix);
-    QFETCH(int, kind);
-    QFETCH(int, channels);
-    QFETCH(int, fate);
-    QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("image.") + suffix);
-    const SampleKind& sample = kinds[kind];
-    const ep::CxScopedBuffer image = noise(sample.type, sample.bits, channels);
-    ep::SxFileError error;
-    const bool saved = Manager::saveImageToFile(path, image.image(), nullptr, nullptr, false, QString(), &error);
-    if (fate == Refused) {
-        QVERIFY(!saved);
-        QCOMPARE(error.kind, ep::ExFileError::Refused);
-        QVERIFY2(error.reason.contains(QLatin1String(ep::sampleFacts(sample.type).name)), qPrintable(error.reason));
-        QVERIFY(QDir(folder.path()).isEmpty());
-        return;
-    }
-    QVERIFY2(saved, qPrintable(error.reason));
-    ep::CxScopedBuffer again;
-    QVERIFY2(Manager::loadImageFromFile(path, again.image(), nullptr, nullptr, &error), qPrintable(error.reason));
-    QCOMPARE(again->width, image->width);
-    QCOMPARE(again->height, image->height);
-    QCOMPARE(again->channels, image->channels);
-    QCOMPARE(again->dataType, image->dataType);
-    QCOMPARE(ep::SameSamples(again.image(), image.image()), fate == Kept);
-}
-
-void OiioFormatsTest::everyWrittenFormatIsInTheTable()
-{
-    const QList<ep::SxFormatInfo> formats = Manager::instance()->formats();
-    int count = 0;
-    for (const ep::SxFormatInfo& format : formats) {
-        if (format.rank != -10 || !format.writes)
-            continue;
-        ++count;
-        const bool isListed = std::any_of(std::begin(rows), std::end(rows), [&](const Row& row) {
-            return format.suffixes.contains(QString::fromLatin1(row.suffix));
-        });
-        QVERIFY2(isListed, qPrintable(format.filter));
-    }
-    QCOMPARE(count, int(std::size(rows)));
-}
 
 void OiioFormatsTest::whatIsDeclaredIsWhatIsServed()
 {
