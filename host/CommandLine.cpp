@@ -3,19 +3,21 @@
 #include "Command.h"
 #include "CompareCommand.h"
 #include "ConvertCommand.h"
+#include "DiffCommand.h"
 #include "FormatsCommand.h"
 #include "InfoCommand.h"
 #include "MatCommand.h"
 #include "PluginsCommand.h"
 #include "PreviewCommand.h"
+#include "SplitCommand.h"
 
 #include <CLI/CLI.hpp>
 
 namespace {
 
 constexpr AddCommand commands[] = {
-    addInfoCommand, addConvertCommand, addCompareCommand, addPreviewCommand,
-    addMatCommand,  addPluginsCommand, addFormatsCommand,
+    addInfoCommand,  addConvertCommand, addCompareCommand, addPreviewCommand, addDiffCommand,
+    addSplitCommand, addMatCommand,     addPluginsCommand, addFormatsCommand,
 };
 
 }  // namespace

@@ -54,6 +54,11 @@ void JsonAnswersTest::isStrictJson_data()
     row("convert with a note", "convert --lossy @capture.tif @out.mat", 0, "convert", "image input notes output");
     row("convert that is refused", "convert @capture.tif @out.mat", 5, "convert", "error input output");
     row("convert of a missing file", "convert @missing.tif @out.mat", 3, "convert", "error input output");
+    row("diff", "diff @capture.tif @capture.tif @difference.tif", 0, "diff", "a b image notes output");
+    row("diff of a missing file", "diff @capture.tif @missing.tif @difference.tif", 3, "diff", "a b error output");
+    row("split", "split @difference.tif @plus.tif @minus.tif", 0, "split", "image input inverted minus notes plus");
+    row("split that is refused", "split @capture.tif @plus.tif @minus.tif", 5, "split",
+        "error input inverted minus plus");
     row("plugins", "plugins", 0, "plugins", "classes notLoaded");
     row("formats", "formats", 0, "formats", "formats");
 }

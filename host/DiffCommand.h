@@ -1,0 +1,10 @@
+/**
+ * @file
+ * `orn diff`.
+ */
+#pragma once
+
+#include "Command.h"
+
+/** Adds `orn diff`; see AddCommand. */
+void addDiffCommand(CLI::App& program, Output& output, ExitCode& exitCode);

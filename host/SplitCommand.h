@@ -1,0 +1,10 @@
+/**
+ * @file
+ * `orn split`.
+ */
+#pragma once
+
+#include "Command.h"
+
+/** Adds `orn split`; see AddCommand. */
+void addSplitCommand(CLI::App& program, Output& output, ExitCode& exitCode);
