@@ -206,13 +206,9 @@ void addBatchOptions(CLI::App& command, BatchOptions& options)
 ExitCode runBatch(const std::vector<std::string>& files, const BatchOptions& options, const BatchWork& work,
                   Output& output)
 {
-    if (files.empty() && options.inputs.listFile.empty())
-        throw CLI::ValidationError("no FILE is given, and no list of files (--files-from)");
     QStringList inputs;
-    for (const std::string& file : files)
-        inputs << text(file);
     ep::SxFileError error;
-    if (!readInputList(options.inputs, inputs, error)) {
+    if (!readInputList(files, options.inputs, inputs, error)) {
         output.problem(text(options.inputs.listFile), error.reason);
         return exitCodeOfInput(error.kind);
     }

@@ -51,7 +51,11 @@ void BatchReport::ended(const BatchItem& item, const FileOutcome& outcome, doubl
         m_lastFailure = outcome.code;
         m_output.problem(outcome.file, outcome.error.reason);
     }
+    QJsonArray notes;
+    for (const FileNote& note : outcome.notes)
+        notes.append(note.text);
     QJsonObject answer = outcome.answer;
+    answer[QStringLiteral("notes")] = notes;
     answer[QStringLiteral("input")] = item.input;
     answer[QStringLiteral("output")] = item.output;
     answer[statusKey] = failed ? QStringLiteral("failed") : QStringLiteral("done");

@@ -2,6 +2,7 @@
 
 #include "ImageHistogram.h"
 #include "ImageReport.h"
+#include "InputList.h"
 #include "Json.h"
 #include "MetadataReport.h"
 #include "Output.h"
@@ -18,6 +19,7 @@ namespace {
 
 struct InfoOptions {
     std::vector<std::string> files;
+    InputListOptions inputs;
     std::string variable;
     bool histogram = false;
     bool logarithmic = false;
@@ -82,11 +84,12 @@ QMap<QString, QVariant> loaderOptions(const InfoOptions& options)
     return map;
 }
 
-void checkOptions(const InfoOptions& options)
+void checkOptions(const InfoOptions& options, const QStringList& files)
 {
-    for (const std::string& file : options.files)
-        if (!options.variable.empty() && QFileInfo(text(file)).suffix().toLower() != QLatin1String("mat"))
-            throw CLI::ValidationError("--variable is for MAT files: '" + file + "' does not end in .mat");
+    for (const QString& file : files)
+        if (!options.variable.empty() && QFileInfo(file).suffix().toLower() != QLatin1String("mat"))
+            throw CLI::ValidationError("--variable is for MAT files: '" + file.toStdString()
+                                       + "' does not end in .mat");
 }
 
 /** Reports one file: as text at once, as JSON into @p answers. */
@@ -124,11 +127,18 @@ ExitCode report(const QString& file, const InfoOptions& options, QJsonArray& ans
 
 ExitCode run(const InfoOptions& options, Output& output)
 {
-    checkOptions(options);
+    QStringList files;
+    ep::SxFileError error;
+    if (!readInputList(options.files, options.inputs, files, error)) {
+        output.problem(text(options.inputs.listFile), error.reason);
+        return exitCodeOfInput(error.kind);
+    }
+    files = shardOf(files, options.inputs);
+    checkOptions(options, files);
     QJsonArray answers;
     ExitCode lastFailure = ExitCode::Done;
-    for (const std::string& file : options.files) {
-        const ExitCode code = report(text(file), options, answers, output);
+    for (const QString& file : qAsConst(files)) {
+        const ExitCode code = report(file, options, answers, output);
         if (code != ExitCode::Done)
             lastFailure = code;
     }
@@ -137,7 +147,7 @@ ExitCode run(const InfoOptions& options, Output& output)
         answer[QStringLiteral("files")] = answers;
         output.json(answer);
     }
-    return exitCodeOfFiles(options.files.size(), lastFailure);
+    return exitCodeOfFiles(static_cast<size_t>(files.size()), lastFailure);
 }
 
 }  // namespace
@@ -151,7 +161,8 @@ void addInfoCommand(CLI::App& program, Output& output, ExitCode& exitCode)
                                    "  orn info --variable scene workspace.mat\n"
                                    "  orn info --histogram --log photo.dng\n"
                                    "  orn info --json photo.tif");
-    command->add_option("FILE", options->files, "The image files")->required()->type_name("");
+    command->add_option("FILE", options->files, "The image files")->type_name("");
+    addInputListOptions(*command, options->inputs);
     command
         ->add_option("--variable", options->variable,
                      "MAT: read this array, or the image that was written with --name NAME")

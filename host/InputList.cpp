@@ -52,8 +52,13 @@ void addInputListOptions(CLI::App& command, InputListOptions& options, CLI::Opti
     }
 }
 
-bool readInputList(const InputListOptions& options, QStringList& files, ep::SxFileError& error)
+bool readInputList(const std::vector<std::string>& arguments, const InputListOptions& options, QStringList& files,
+                   ep::SxFileError& error)
 {
+    if (arguments.empty() && options.listFile.empty())
+        throw CLI::RequiredError("FILE (or --files-from)");
+    for (const std::string& argument : arguments)
+        files << text(argument);
     if (options.listFile.empty())
         return true;
     const bool isStandardInput = options.listFile == "-";

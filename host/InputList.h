@@ -9,6 +9,7 @@
 #include <QStringList>
 
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -25,8 +26,12 @@ struct InputListOptions {
 /** Adds --files-from, --null and --shard; each works only with @p needed when that is given. */
 void addInputListOptions(CLI::App& command, InputListOptions& options, CLI::Option* needed = nullptr);
 
-/** Adds the files that the list names to @p files; false, with @p error set, when the list cannot be read. */
-bool readInputList(const InputListOptions& options, QStringList& files, ep::SxFileError& error);
+/**
+ * All files that a command names: on its line and after them in its list. False, with @p error set, when the list
+ * cannot be read. Throws CLI::RequiredError when neither is given.
+ */
+bool readInputList(const std::vector<std::string>& arguments, const InputListOptions& options, QStringList& files,
+                   ep::SxFileError& error);
 
 /** Of @p files those at every N-th place from the I-th on: all shards together are the whole, in which each is once. */
 QStringList shardOf(const QStringList& files, const InputListOptions& options);

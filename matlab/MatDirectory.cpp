@@ -46,7 +46,9 @@ bool MatDirectory::open(const QString& path, const QList<QByteArray>& readable, 
     error = checkMatFile(path, memoryLimit);
     if (error)
         return false;
+    m_hdf5 = std::make_unique<Hdf5Lock>();
     m_mat.reset(Mat_Open(path.toLocal8Bit().constData(), MAT_ACC_RDONLY));
+    m_hdf5->keepFor(m_mat.get());
     if (!m_mat) {
         error = {ep::ExFileError::Unreadable, QStringLiteral("it is not a MAT file")};
         return false;

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "Hdf5Lock.h"
 #include "MatHandles.h"
 
 #include <ep/SxFileError.h>
@@ -13,6 +14,7 @@
 #include <QString>
 #include <QVector>
 
+#include <memory>
 #include <vector>
 
 namespace orn {
@@ -85,7 +87,8 @@ private:
     MatVarHandle readData(MatEntry& entry, qint64 elementBytes, qint64 limit, ep::SxFileError& error);
     void add(MatVarHandle info, const QList<QByteArray>& readable);
 
-    MatHandle m_mat;  // before the entries: their descriptions may hold on to it
+    std::unique_ptr<Hdf5Lock> m_hdf5;  // before all that is released under it
+    MatHandle m_mat;                   // before the entries: their descriptions may hold on to it
     std::vector<MatEntry> m_entries;
     QHash<QByteArray, size_t> m_byName;
     qint64 m_fileBytes = 0;

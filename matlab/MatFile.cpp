@@ -1,27 +1,38 @@
 #include <orn/matlab/MatFile.h>
 
+#include "Hdf5Lock.h"
 #include "MatHandles.h"
 #include "MatText.h"
 #include "MatVariableWriter.h"
 
 #include <ep/internal/CheckedSize.h>
 
+#include <mutex>
+
 namespace orn {
 namespace matlab {
 
 void* MatOpenRead(QString const& path)
 {
+    const Hdf5Lock lock;
     return Mat_Open(path.toLocal8Bit().constData(), MAT_ACC_RDONLY);
 }
 
 void* MatOpenWrite(QString const& path)
 {
+    // The date in the file's header goes through the C library's one buffer for dates.
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> lock(mutex);
     return Mat_CreateVer(path.toLocal8Bit().constData(), nullptr, MAT_FT_MAT5);
 }
 
 bool MatClose(void* mat)
 {
-    return mat && Mat_Close(static_cast<mat_t*>(mat)) == 0;
+    if (!mat)
+        return false;
+    Hdf5Lock lock;
+    lock.keepFor(static_cast<mat_t*>(mat));
+    return Mat_Close(static_cast<mat_t*>(mat)) == 0;
 }
 
 bool AddVar(void* mat, QString const& value, QString const& name)
