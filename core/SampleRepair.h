@@ -14,6 +14,7 @@
 #include <ep/internal/SampleVisitor.h>
 
 #include <algorithm>
+#include <array>
 #include <vector>
 
 namespace orn {
@@ -87,9 +88,10 @@ public:
 
     void run()
     {
+        const qint32 channels = m_image.layout == ep::LayoutPlanar ? 1 : m_image.channels;
         for (qint32 plane = 0; plane < ep::internal::storedPlaneCount(m_image); ++plane)
             for (qint32 y = 0; y < m_image.height; ++y)
-                repairRow(plane, y);
+                repairRow({ep::internal::planeView(m_image, plane).row(y), y, plane, channels});
     }
 
 private:
@@ -100,42 +102,61 @@ private:
         return m_invalid[channel][ep::internal::loadSample<Sample>(sample)];
     }
 
-    /** Repairs row @p y of one plane, or of all channels of a packed image. */
-    void repairRow(qint32 plane, qint32 y)
+    static constexpr qint32 blockLength = 16;
+
+    /** Samples of a row that may have to be repaired: of one plane, or of all channels of a packed image. */
+    struct Row {
+        const unsigned char* samples;
+        qint32 y;
+        qint32 firstChannel;
+        qint32 channels;
+    };
+
+    void repairRow(const Row& row)
     {
-        constexpr qint32 block = 16;
-        const qint32 past = m_image.layout == ep::LayoutPlanar ? plane + 1 : m_image.channels;
-        const std::ptrdiff_t pixelBytes = static_cast<std::ptrdiff_t>(sizeof(Sample)) * (past - plane);
-        const unsigned char* row = ep::internal::planeView(m_image, plane).row(y);
         qint32 x = 0;
-        for (; m_image.width - x >= block; x += block)
-            if (hasInvalid<block>(row + x * pixelBytes, plane, past))
-                repairPixels(row, plane, past, x, x + block, y);
-        repairPixels(row, plane, past, x, m_image.width, y);
+        for (; m_image.width - x >= blockLength; x += blockLength)
+            if (hasInvalid(row, x))
+                repairPixels(row, x, x + blockLength);
+        repairPixels(row, x, m_image.width);
     }
 
-    /** True when any sample of @p count pixels is invalid: without a branch per sample, as hardly any is. */
-    template <qint32 count>
-    bool hasInvalid(const unsigned char* sample, qint32 firstChannel, qint32 pastChannel) const
+    /** True when any sample of a block of pixels is invalid: without a branch per sample, as hardly any is. */
+    bool hasInvalid(const Row& row, qint32 firstX) const
     {
-        const std::ptrdiff_t pixelBytes = static_cast<std::ptrdiff_t>(sizeof(Sample)) * (pastChannel - firstChannel);
+        const std::ptrdiff_t pixelBytes = static_cast<std::ptrdiff_t>(sizeof(Sample)) * row.channels;
+        const unsigned char* sample = row.samples + firstX * pixelBytes;
         bool any = false;
-        for (qint32 channel = firstChannel; channel < pastChannel; ++channel, sample += sizeof(Sample))
-            for (std::ptrdiff_t x = 0; x < count; ++x)
-                any |= isInvalid(sample + x * pixelBytes, channel);
+        for (qint32 c = 0; c < row.channels; ++c, sample += sizeof(Sample))
+            for (std::ptrdiff_t x = 0; x < blockLength; ++x)
+                any |= isInvalid(sample + x * pixelBytes, row.firstChannel + c);
         return any;
     }
 
-    void repairPixels(const unsigned char* row, qint32 firstChannel, qint32 pastChannel, qint32 firstX, qint32 pastX,
-                      qint32 y)
+    void repairPixels(const Row& row, qint32 firstX, qint32 pastX)
     {
-        // The mask byte of the sample itself moves on with every sample, not with every pixel.
-        qint64 own = static_cast<qint64>(firstX) * (pastChannel - firstChannel);
-        const unsigned char* sample = row + own * static_cast<std::ptrdiff_t>(sizeof(Sample));
-        for (qint32 x = firstX; x < pastX; ++x)
-            for (qint32 channel = firstChannel; channel < pastChannel; ++channel, ++own, sample += sizeof(Sample))
-                if (isInvalid(sample, channel) && m_mask.admits(y, own))
-                    repairSample(x, y, channel);
+        // Invalid samples are noted first, without a branch as well: no repair changes whether another one is invalid.
+        std::array<qint64, blockLength> invalid;
+        const qint64 pastSample = static_cast<qint64>(pastX) * row.channels;
+        qint32 c = 0;
+        for (qint64 first = static_cast<qint64>(firstX) * row.channels; first < pastSample; first += blockLength) {
+            std::size_t count = 0;
+            for (qint64 i = first; i < std::min(first + blockLength, pastSample); ++i) {
+                invalid[count] = i;
+                count += isInvalid(row.samples + i * static_cast<qint64>(sizeof(Sample)), row.firstChannel + c);
+                c = c + 1 == row.channels ? 0 : c + 1;
+            }
+            for (std::size_t k = 0; k < count; ++k)
+                repairIfAdmitted(row, invalid[k]);
+        }
+    }
+
+    /** The mask byte of the sample itself moves on with every sample, not with every pixel. */
+    void repairIfAdmitted(const Row& row, qint64 sample)
+    {
+        if (m_mask.admits(row.y, sample))
+            repairSample(static_cast<qint32>(sample / row.channels), row.y,
+                         row.firstChannel + static_cast<qint32>(sample % row.channels));
     }
 
     void repairSample(qint32 x, qint32 y, qint32 channel)
@@ -153,9 +174,10 @@ private:
                 ep::internal::storeSample(plane.sample(x, y), found);
                 return;
             }
+            // 8, 16, 32, 48, 72, ...: from the third ring on more slots than cells, and the draws depend on their
+            // number.
             const qint64 nextSide = 2 * radius + 3;
-            slotCount =
-                nextSide * nextSide - slotCount - 1;  // 8, 16, 32, 48, 72, ...: the sequence of draws depends on it
+            slotCount = nextSide * nextSide - slotCount - 1;
         }
     }
 
