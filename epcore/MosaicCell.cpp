@@ -1,6 +1,6 @@
 #include "MosaicCell.h"
 
-#include <ep/CxCommonImageMetadata.h>
+#include <ep/internal/CommonItem.h>
 
 namespace ep {
 
@@ -11,11 +11,6 @@ constexpr struct {
     int x;
     int y;
 } redPosition[] = {{1, 1}, {0, 0}, {0, 1}, {1, 0}};
-
-bool isBayer(qint32 grid)
-{
-    return grid >= BayerGridBGGR && grid <= BayerGridGRBG;
-}
 
 /** A sequence with one entry per cell position, counted row by row, as seen from @p corner. */
 template <typename Sequence>
@@ -37,7 +32,7 @@ Sequence cellSeenFrom(const Sequence& whole, const QSize& cell, const QPoint& co
 
 QSize mosaicCell(const SxImageInfo& image)
 {
-    if (isBayer(image.bayerGrid))
+    if (internal::isBayerGrid(image.bayerGrid))
         return {2, 2};
     if (image.bayerGrid == BayerGridCell && image.patternWidth > 0 && image.patternHeight > 0)
         return {image.patternWidth, image.patternHeight};
@@ -46,7 +41,7 @@ QSize mosaicCell(const SxImageInfo& image)
 
 ExBayerGrid gridSeenFrom(ExBayerGrid grid, const QPoint& corner)
 {
-    if (!isBayer(grid))
+    if (!internal::isBayerGrid(grid))
         return grid;
     const int x = (redPosition[grid].x + corner.x()) & 1;
     const int y = (redPosition[grid].y + corner.y()) & 1;
@@ -58,7 +53,7 @@ ExBayerGrid gridSeenFrom(ExBayerGrid grid, const QPoint& corner)
 
 void moveMosaicOrigin(CxMetadata& metadata, const SxImageInfo& image, const QPoint& corner)
 {
-    auto* common = qobject_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
+    CxCommonImageMetadata* common = internal::findCommonItem(metadata);
     if (!common)
         return;
     const QSize cell = mosaicCell(image);

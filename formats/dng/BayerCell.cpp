@@ -1,41 +1,28 @@
 #include "BayerCell.h"
 
-#include <ep/RawChannelsOffsets.h>
+#include <ep/internal/MosaicCell.h>
 
 namespace ep {
 namespace dng {
 
 std::array<int, 4> bayerPlanePositions(ExBayerGrid grid)
 {
-    // In a mosaic of one cell of bytes, offsets are positions.
-    unsigned char cell[4] = {};
-    SxImageBuf mosaic = emptyImage();
-    mosaic.width = mosaic.height = mosaic.stride = 2;
-    mosaic.channels = 1;
-    mosaic.bitDepth = 8;
-    mosaic.dataType = DataTypeUInt8;
-    mosaic.bayerGrid = grid;
-    mosaic.data = cell;
-    std::array<qint32, 4> positions = {};
-    RawChannelsOffsets(mosaic, positions[0], positions[1], positions[2], positions[3]);
+    std::array<int, 4> positions = {};
+    for (int plane = 0; plane < 4; ++plane) {
+        const internal::CellPosition place = internal::bayerPosition(grid, plane);
+        positions[static_cast<size_t>(plane)] = place.row * 2 + place.column;
+    }
     return positions;
 }
 
 QString bayerColors(ExBayerGrid grid)
 {
-    const std::array<int, 4> positions = bayerPlanePositions(grid);
-    QString colors(4, QLatin1Char('?'));
-    for (int plane = 0; plane < 4; ++plane)
-        colors[positions[static_cast<size_t>(plane)]] = QLatin1Char("RGBG"[plane]);
-    return colors;
+    return QLatin1String(internal::bayerLetters[grid]);
 }
 
 ExBayerGrid bayerGridOf(const QString& colors)
 {
-    for (const ExBayerGrid grid : {BayerGridBGGR, BayerGridRGGB, BayerGridGBRG, BayerGridGRBG})
-        if (bayerColors(grid) == colors)
-            return grid;
-    return BayerGridNone;
+    return internal::bayerGridOf(colors.toLatin1().toStdString());
 }
 
 }  // namespace dng

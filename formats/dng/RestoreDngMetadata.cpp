@@ -1,5 +1,7 @@
 #include "DngPacket.h"
 
+#include <ep/internal/CommonItem.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -94,7 +96,7 @@ void takeLayout(CxCommonImageMetadata& exact, const CxCommonImageMetadata& tags)
 CxMetadata restoreMetadata(const DngPacket& packet, const CxCommonImageMetadata& tags)
 {
     CxMetadata metadata = packet.metadata;
-    auto* exact = qobject_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
+    CxCommonImageMetadata* exact = internal::findCommonItem(metadata);
     if (!exact) {
         metadata.addMetadata(tags.clone());
         return metadata;

@@ -4,7 +4,7 @@
 #include "FitsPlugin.h"
 #include "ReadFitsSamples.h"
 
-#include <ep/CxCommonImageMetadata.h>
+#include <ep/internal/CommonItem.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -43,8 +43,7 @@ std::unique_ptr<CxImageData> readFile(const QString& name, qint64 memoryLimit, S
         return nullptr;
     auto data = std::make_unique<CxImageData>();
     CxMetadata metadata = readFitsMetadata(source, image.image());
-    const auto* common =
-        static_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
+    const CxCommonImageMetadata* common = internal::findCommonItem(metadata);
     const QDateTime time = common->captureTime.isValid() ? common->captureTime : QDateTime::currentDateTime();
     data->setMetadata(std::move(metadata));
     data->setImageShallow(image.take(), 0, 0, time);

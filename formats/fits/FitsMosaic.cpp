@@ -8,8 +8,6 @@ namespace ep {
 namespace fits {
 namespace {
 
-const char* const gridLetters[] = {"BGGR", "RGGB", "GBRG", "GRBG"};
-
 /** Rows and columns of a cell with so many letters; 0 when there is no such cell. */
 int cellSize(int letters)
 {
@@ -59,10 +57,8 @@ bool readFitsMosaic(const FitsImage& source, SxImageInfo& image, QString& colors
             const qint64 row = countsFromTop ? y : image.height - 1 - y;
             cell += letters[phase(row + top, size) * size + phase(x + left, size)];
         }
-    image.bayerGrid = BayerGridCell;
-    for (int grid = BayerGridBGGR; grid <= BayerGridGRBG; ++grid)
-        if (cell == gridLetters[grid])
-            image.bayerGrid = static_cast<ExBayerGrid>(grid);
+    const ExBayerGrid grid = internal::bayerGridOf(cell.constData());
+    image.bayerGrid = grid == BayerGridNone ? BayerGridCell : grid;
     image.patternWidth = size;
     image.patternHeight = size;
     colors = QString::fromLatin1(cell);
@@ -72,7 +68,7 @@ bool readFitsMosaic(const FitsImage& source, SxImageInfo& image, QString& colors
 QByteArray patternOf(const SxImageInfo& image, const QString& colors)
 {
     if (internal::isBayerGrid(image.bayerGrid))
-        return gridLetters[image.bayerGrid];
+        return internal::bayerLetters[image.bayerGrid];
     const int size = cellSize(colors.size());
     const bool fits =
         image.bayerGrid == BayerGridCell && size > 0 && image.patternWidth == size && image.patternHeight == size;

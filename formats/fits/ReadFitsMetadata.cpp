@@ -4,6 +4,7 @@
 
 #include <ep/DetectColorBitDepth.h>
 #include <ep/ExStatus.h>
+#include <ep/internal/CommonItem.h>
 
 #include <QSet>
 #include <QStringList>
@@ -40,17 +41,6 @@ bool isStructure(const QByteArray& name)
             return true;
     }
     return false;
-}
-
-/** The common item of @p metadata, made when there is none. */
-CxCommonImageMetadata& commonItem(CxMetadata& metadata)
-{
-    auto* common = qobject_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
-    if (!common) {
-        common = new CxCommonImageMetadata;
-        metadata.addMetadata(common);
-    }
-    return *common;
 }
 
 /** Takes the metadata that the remarks carry; false when there are none. */
@@ -148,26 +138,10 @@ void settleDepth(const FitsHeader& header, SxImageBuf& image)
     }
 }
 
-/** Takes the grid of @p common, which came with the remarks, where it makes sense for @p image. */
-void takeGrid(const CxCommonImageMetadata& common, SxImageInfo& image)
-{
-    const bool isCell = common.bayerGrid == BayerGridCell;
-    if (image.channels != 1 || common.bayerGrid < BayerGridBGGR || common.bayerGrid == BayerGridNone
-        || common.bayerGrid > BayerGridCell)
-        return;
-    const qint32 width = isCell ? common.patternWidth : 2;
-    const qint32 height = isCell ? common.patternHeight : 2;
-    if (width < 1 || height < 1 || (isCell && (width > image.width || height > image.height)))
-        return;
-    image.bayerGrid = static_cast<ExBayerGrid>(common.bayerGrid);
-    image.patternWidth = width;
-    image.patternHeight = height;
-}
-
 void settleMosaic(const FitsImage& source, SxImageBuf& image, CxCommonImageMetadata& common)
 {
     QString colors;
-    takeGrid(common, image);
+    internal::takeGrid(common, image);
     if (readFitsMosaic(source, image, colors)
         && (common.patternColors.isEmpty() || common.bayerGrid != image.bayerGrid))
         common.patternColors = colors;
@@ -182,7 +156,7 @@ CxMetadata readFitsMetadata(const FitsImage& source, SxImageBuf& image)
 {
     CxMetadata metadata;
     const bool isOurs = readRemarks(source.header, metadata);
-    CxCommonImageMetadata& common = commonItem(metadata);
+    CxCommonImageMetadata& common = internal::commonItem(metadata);
     settleDepth(source.header, image);
     settleMosaic(source, image, common);
     takeAttributes(source, takeFields(source.header, common), common);

@@ -5,6 +5,7 @@
 
 #include <ep/DetectColorBitDepth.h>
 #include <ep/ExStatus.h>
+#include <ep/internal/CommonItem.h>
 
 #include <QRegularExpression>
 
@@ -108,19 +109,11 @@ QByteArray xmlCards(const CxMetadata& metadata)
 QByteArray metadataCards(const CxMetadata& metadata, const SxImageBuf& image)
 {
     CxMetadata current(metadata);
-    auto* common = qobject_cast<CxCommonImageMetadata*>(current.findItem(CxCommonImageMetadata::staticMetaObject));
-    const bool isKnown = !metadata.isEmpty() || image.bayerGrid != BayerGridNone;
-    if (!common) {
-        common = new CxCommonImageMetadata;
-        current.addMetadata(common);
-    }
-    common->bayerGrid = image.bayerGrid;
-    common->layout = image.layout;
-    common->patternWidth = image.patternWidth;
-    common->patternHeight = image.patternHeight;
-    QByteArray cards = depthCard(image) + mosaicCards(image, *common) + fieldCards(*common)
-                       + remarkCards("HISTORY", *common) + remarkCards("COMMENT", *common);
-    if (isKnown)
+    CxCommonImageMetadata& common = internal::commonItem(current);
+    internal::tellArrangement(image, common);
+    QByteArray cards = depthCard(image) + mosaicCards(image, common) + fieldCards(common)
+                       + remarkCards("HISTORY", common) + remarkCards("COMMENT", common);
+    if (!metadata.isEmpty() || image.bayerGrid != BayerGridNone)
         cards += xmlCards(current);
     return cards;
 }

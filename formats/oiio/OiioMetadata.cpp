@@ -2,9 +2,9 @@
 
 #include "OiioFormat.h"
 
-#include <ep/CxCommonImageMetadata.h>
 #include <ep/DetectColorBitDepth.h>
 #include <ep/ExStatus.h>
+#include <ep/internal/CommonItem.h>
 
 #include <QStringList>
 
@@ -38,16 +38,6 @@ constexpr NumberField numberFields[] = {{"ExposureTime", &CxCommonImageMetadata:
                                         {"FNumber", &CxCommonImageMetadata::aperture},
                                         {"Exif:FocalLength", &CxCommonImageMetadata::focalLength},
                                         {isoName, &CxCommonImageMetadata::iso}};
-
-CxCommonImageMetadata& commonItem(CxMetadata& metadata)
-{
-    auto* common = qobject_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
-    if (!common) {
-        common = new CxCommonImageMetadata;
-        metadata.addMetadata(common);
-    }
-    return *common;
-}
 
 QString textOf(OIIO::string_view text)
 {
@@ -119,22 +109,6 @@ bool takeField(const OIIO::ParamValue& attribute, CxCommonImageMetadata& common)
     return false;
 }
 
-/** The grid that @p common tells, where @p image can have it. */
-void settleMosaic(const CxCommonImageMetadata& common, SxImageBuf& image)
-{
-    if (image.channels != 1 || common.bayerGrid < BayerGridBGGR || common.bayerGrid > BayerGridCell)
-        return;
-    const bool hasCell = common.patternWidth > 0 && common.patternHeight > 0 && common.patternWidth <= image.width
-                         && common.patternHeight <= image.height;
-    if (common.bayerGrid == BayerGridCell && !hasCell)
-        return;
-    image.bayerGrid = static_cast<ExBayerGrid>(common.bayerGrid);
-    if (hasCell) {
-        image.patternWidth = common.patternWidth;
-        image.patternHeight = common.patternHeight;
-    }
-}
-
 /** A depth that the metadata tell holds only when the samples keep to it. */
 void settleDepth(CxCommonImageMetadata& common, SxImageBuf& image)
 {
@@ -162,9 +136,9 @@ CxMetadata readOiioMetadata(const OIIO::ImageSpec& spec, SxImageBuf& image)
 {
     CxMetadata metadata;
     const bool isOurs = readDescription(spec, metadata);
-    CxCommonImageMetadata& common = commonItem(metadata);
+    CxCommonImageMetadata& common = internal::commonItem(metadata);
     if (isOurs)
-        settleMosaic(common, image);
+        internal::takeGrid(common, image);
     else
         common.layout = image.layout;
     settleDepth(common, image);
@@ -185,11 +159,8 @@ void writeOiioMetadata(const CxMetadata& metadata, const SxImageInfo& image, con
                        OIIO::ImageSpec& spec)
 {
     CxMetadata current(metadata);
-    CxCommonImageMetadata& common = commonItem(current);
-    common.bayerGrid = image.bayerGrid;
-    common.layout = image.layout;
-    common.patternWidth = image.patternWidth;
-    common.patternHeight = image.patternHeight;
+    CxCommonImageMetadata& common = internal::commonItem(current);
+    internal::tellArrangement(image, common);
     for (const TextField& field : textFields)
         if (!(common.*field.member).isEmpty())
             spec.attribute(field.name, (common.*field.member).toUtf8().toStdString());

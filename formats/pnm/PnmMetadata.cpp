@@ -1,6 +1,6 @@
 #include "PnmMetadata.h"
 
-#include <ep/CxCommonImageMetadata.h>
+#include <ep/internal/CommonItem.h>
 
 #include <QStringList>
 
@@ -17,17 +17,6 @@ const QLatin1String scaleKey("SCALE");
 const QLatin1String photometricKey("PHOTOMETRIC");
 const QLatin1String commentKey("COMMENT");
 
-/** The common item of @p metadata, made when there is none. */
-CxCommonImageMetadata* commonItem(CxMetadata& metadata)
-{
-    IxMetadataItem* item = metadata.findItem(CxCommonImageMetadata::staticMetaObject);
-    if (auto* common = qobject_cast<CxCommonImageMetadata*>(item))
-        return common;
-    auto* common = new CxCommonImageMetadata;
-    metadata.addMetadata(common);
-    return common;
-}
-
 /** Every printable ASCII character but '%'. */
 QByteArray plainCharacters()
 {
@@ -36,25 +25,6 @@ QByteArray plainCharacters()
         if (character != '%')
             plain.append(character);
     return plain;
-}
-
-bool isGrid(qint32 code)
-{
-    return (code >= BayerGridBGGR && code <= BayerGridGRBG) || code == BayerGridCell;
-}
-
-void takeGrid(const CxCommonImageMetadata& common, SxImageInfo& image)
-{
-    if (image.channels != 1 || !isGrid(common.bayerGrid))
-        return;
-    const bool isCell = common.bayerGrid == BayerGridCell;
-    const qint32 width = isCell ? common.patternWidth : 2;
-    const qint32 height = isCell ? common.patternHeight : 2;
-    if (width < 1 || height < 1 || (isCell && (width > image.width || height > image.height)))
-        return;
-    image.bayerGrid = static_cast<ExBayerGrid>(common.bayerGrid);
-    image.patternWidth = width;
-    image.patternHeight = height;
 }
 
 void setAttribute(CxCommonImageMetadata& common, const QString& key, const QString& value)
@@ -108,11 +78,7 @@ QByteArrayList metadataComments(const CxMetadata& metadata, const SxImageInfo& i
     if (metadata.isEmpty() && image.bayerGrid == BayerGridNone)
         return comments;
     CxMetadata current(metadata);
-    CxCommonImageMetadata* common = commonItem(current);
-    common->bayerGrid = image.bayerGrid;
-    common->layout = image.layout;
-    common->patternWidth = image.patternWidth;
-    common->patternHeight = image.patternHeight;
+    internal::tellArrangement(image, internal::commonItem(current));
 
     const QByteArray text = current.saveToXml(-1).toUtf8().toPercentEncoding(plainCharacters(), "%");
     constexpr int step = longestLine - 3;
@@ -135,20 +101,19 @@ CxMetadata metadataOf(const PnmHeader& header, SxImageInfo& image)
     if (!text.isEmpty())
         metadata.loadFromXml(QString::fromUtf8(QByteArray::fromPercentEncoding(text)));
 
-    CxCommonImageMetadata* common = commonItem(metadata);
-    takeGrid(*common, image);
-    common->bayerGrid = image.bayerGrid;
-    common->patternWidth = image.patternWidth;
-    common->patternHeight = image.patternHeight;
-    common->colorBitDepth = header.bitDepth();
-    takeHeaderFacts(header, remarks, *common);
+    CxCommonImageMetadata& common = internal::commonItem(metadata);
+    internal::takeGrid(common, image);
+    common.bayerGrid = image.bayerGrid;
+    common.patternWidth = image.patternWidth;
+    common.patternHeight = image.patternHeight;
+    common.colorBitDepth = header.bitDepth();
+    takeHeaderFacts(header, remarks, common);
     return metadata;
 }
 
 QByteArray tupleTypeFor(const CxMetadata& metadata, const PnmHeader& header)
 {
-    const auto* common =
-        qobject_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
+    const CxCommonImageMetadata* common = internal::findCommonItem(metadata);
     const QString stated = common ? common->attributes.value(tupleTypeKey) : QString();
     const qint32 channels = channelsOf(stated);
     const bool isTrue = (channels == 0 || channels == header.channels)

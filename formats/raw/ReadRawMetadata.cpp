@@ -3,6 +3,7 @@
 #include "RawFile.h"
 
 #include <dng/BayerCell.h>
+#include <ep/internal/CommonItem.h>
 
 #include <algorithm>
 #include <cmath>
@@ -106,10 +107,7 @@ qint32 orientationOf(int flip)
 
 void readLayout(const RawFile& file, const RawCell& cell, const SxImageInfo& image, CxCommonImageMetadata& common)
 {
-    common.bayerGrid = image.bayerGrid;
-    common.layout = image.layout;
-    common.patternWidth = image.patternWidth;
-    common.patternHeight = image.patternHeight;
+    internal::tellArrangement(image, common);
     common.colorBitDepth = image.bitDepth;
     common.patternColors = cell.colors;
     const libraw_image_sizes_t& sizes = file.data().sizes;

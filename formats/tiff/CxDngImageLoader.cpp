@@ -7,6 +7,7 @@
 
 #include <dng/DngPacket.h>
 #include <ep/ExStatus.h>
+#include <ep/internal/CommonItem.h>
 #include <ep/internal/PlaneView.h>
 
 #include <QFileInfo>
@@ -89,7 +90,7 @@ std::unique_ptr<CxImageData> read(TiffFile& file, const QString& path, qint64 me
         return nullptr;
     const QByteArray xmp = readXmp(file);
     CxMetadata metadata = readDngMetadata(file, page);
-    auto* common = qobject_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
+    CxCommonImageMetadata* common = internal::findCommonItem(metadata);
     settleCell(*common, image.image());
     dng::DngPacket packet;
     const bool isOurs = dng::readDngPacket(xmp, packet) && dng::belongsTo(packet, image.image());

@@ -4,10 +4,10 @@
 #include "ReadTiffSamples.h"
 #include "TiffDirectories.h"
 
-#include <ep/CxCommonImageMetadata.h>
 #include <ep/CxImageData.h>
 #include <ep/DetectColorBitDepth.h>
 #include <ep/ExStatus.h>
+#include <ep/internal/CommonItem.h>
 
 #include <QFileInfo>
 
@@ -21,31 +21,6 @@ void settleDepth(SxImageBuf& image)
     qint32 used = 0;
     if (!failed(DetectColorBitDepth(image, used)) && used > image.bitDepth)
         image.bitDepth = sampleFacts(image.dataType).bits;
-}
-
-/** Takes the mosaic's arrangement from the common item into the record of a one-channel image. */
-void settleMosaic(SxImageBuf& image, const CxMetadata& metadata)
-{
-    const auto* common =
-        qobject_cast<const CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
-    if (!common || image.channels != 1 || common->bayerGrid < BayerGridBGGR || common->bayerGrid > BayerGridCell)
-        return;
-    const bool hasCell = common->patternWidth > 0 && common->patternHeight > 0 && common->patternWidth <= image.width
-                         && common->patternHeight <= image.height;
-    if (common->bayerGrid == BayerGridCell && !hasCell)
-        return;
-    image.bayerGrid = static_cast<ExBayerGrid>(common->bayerGrid);
-    if (hasCell) {
-        image.patternWidth = common->patternWidth;
-        image.patternHeight = common->patternHeight;
-    }
-}
-
-QDateTime timeOf(const CxMetadata& metadata)
-{
-    const auto* common =
-        qobject_cast<const CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
-    return common && common->captureTime.isValid() ? common->captureTime : QDateTime::currentDateTime();
 }
 
 }  // namespace
@@ -77,9 +52,11 @@ std::unique_ptr<CxImageData> CxTiffImageLoader::Source::read(int frame, qint64 m
         page.image.bitDepth = image->bitDepth;
     }
     CxMetadata metadata = readTiffMetadata(file, page);
-    settleMosaic(image.image(), metadata);
+    const CxCommonImageMetadata& common = internal::commonItem(metadata);
+    internal::takeGrid(common, image.image());
+    const QDateTime time = common.captureTime.isValid() ? common.captureTime : QDateTime::currentDateTime();
     auto data = std::make_unique<CxImageData>();
-    data->setImageShallow(image.take(), frame, 0, timeOf(metadata));
+    data->setImageShallow(image.take(), frame, 0, time);
     data->setMetadata(std::move(metadata));
     return data;
 }

@@ -3,6 +3,7 @@
 #include "WriteTiffImage.h"
 
 #include <ep/CxImageData.h>
+#include <ep/internal/CommonItem.h>
 #include <ep/internal/PlaneView.h>
 
 #include <limits>
@@ -31,21 +32,6 @@ quint16 compressionCode(const QString& name)
     if (name == QLatin1String("deflate"))
         return COMPRESSION_ADOBE_DEFLATE;
     return name == QLatin1String("lzw") ? COMPRESSION_LZW : 0;
-}
-
-/** The common item of @p metadata, made when there is none, with the arrangement of @p image. */
-const CxCommonImageMetadata& describeImage(const SxImageBuf& image, CxMetadata& metadata)
-{
-    auto* common = qobject_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
-    if (!common) {
-        common = new CxCommonImageMetadata;
-        metadata.addMetadata(common);
-    }
-    common->bayerGrid = image.bayerGrid;
-    common->layout = image.layout;
-    common->patternWidth = image.patternWidth;
-    common->patternHeight = image.patternHeight;
-    return *common;
 }
 
 }  // namespace
@@ -98,7 +84,8 @@ bool CxTiffImageSaver::saveImage(const IxData* data)
         return false;
     }
     CxMetadata metadata = source->metadata();
-    const CxCommonImageMetadata& common = describeImage(source->image(), metadata);
+    CxCommonImageMetadata& common = internal::commonItem(metadata);
+    internal::tellArrangement(source->image(), common);
     SxFileError error;
     const bool done =
         writeTiffImage(m_fileName, source->image(), common, metadata.saveToXml(-1).toLatin1(), options, error);

@@ -4,6 +4,7 @@
 #include <dng/DngPacket.h>
 #include <ep/DetectColorBitDepth.h>
 #include <ep/internal/CheckedSize.h>
+#include <ep/internal/CommonItem.h>
 #include <ep/internal/PlaneView.h>
 
 #include <algorithm>
@@ -118,8 +119,7 @@ void settleDepth(DngMosaic& mosaic)
 bool describeDngMosaic(const CxImageData& data, DngMosaic& mosaic, SxFileError& error)
 {
     mosaic.image = &data.image();
-    auto* item =
-        qobject_cast<CxCommonImageMetadata*>(data.metadata().findItem(CxCommonImageMetadata::staticMetaObject));
+    const CxCommonImageMetadata* item = internal::findCommonItem(data.metadata());
     mosaic.common.reset(item ? static_cast<CxCommonImageMetadata*>(item->clone()) : new CxCommonImageMetadata);
     if (!checkImage(*mosaic.image, error) || !describeCell(mosaic, error))
         return false;

@@ -3,7 +3,7 @@
 #include "ReadTiffMetadata.h"
 
 #include <dng/BayerCell.h>
-#include <ep/CxCommonImageMetadata.h>
+#include <ep/internal/CommonItem.h>
 
 #include <algorithm>
 #include <cmath>
@@ -118,7 +118,7 @@ CxMetadata readDngMetadata(TiffFile& file, const TiffPage& page)
     const double whiteLevel = file.get(TIFFTAG_WHITELEVEL, &count, &white) && count > 0 ? white[0] : 0;
 
     CxMetadata metadata = readTiffMetadata(file, page);
-    auto* common = qobject_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
+    CxCommonImageMetadata* common = internal::findCommonItem(metadata);
     common->sensorWidth = page.image.width;
     common->sensorHeight = page.image.height;
     common->leftMargin = area.left();

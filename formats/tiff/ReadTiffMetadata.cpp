@@ -2,7 +2,8 @@
 
 #include "TiffTagNames.h"
 
-#include <ep/CxCommonImageMetadata.h>
+#include <dng/BayerCell.h>
+#include <ep/internal/CommonItem.h>
 
 #include <cmath>
 
@@ -152,10 +153,8 @@ void completeMosaic(const TiffFile& file, CxCommonImageMetadata& common)
     QString letters;
     for (uint16_t i = 0; i < count; ++i)
         letters.append(colors[i] < 7 ? QLatin1Char("RGBCMYW"[colors[i]]) : QLatin1Char('?'));
-    const QStringList grids{QStringLiteral("BGGR"), QStringLiteral("RGGB"), QStringLiteral("GBRG"),
-                            QStringLiteral("GRBG")};
-    const int grid = repeat[0] == 2 && repeat[1] == 2 ? grids.indexOf(letters) : -1;
-    common.bayerGrid = grid >= 0 ? grid : static_cast<int>(BayerGridCell);
+    const ExBayerGrid grid = repeat[0] == 2 && repeat[1] == 2 ? dng::bayerGridOf(letters) : BayerGridNone;
+    common.bayerGrid = grid == BayerGridNone ? BayerGridCell : grid;
     common.patternWidth = repeat[1];
     common.patternHeight = repeat[0];
     complete(common.patternColors, letters);
@@ -198,21 +197,19 @@ CxMetadata readTiffMetadata(TiffFile& file, const TiffPage& page)
     CxMetadata metadata;
     const QString description = readText(file, TIFFTAG_IMAGEDESCRIPTION);
     const bool isOurs = readDescription(description, metadata);
-    auto* common = qobject_cast<CxCommonImageMetadata*>(metadata.findItem(CxCommonImageMetadata::staticMetaObject));
-    if (!common) {
-        common = new CxCommonImageMetadata;
-        metadata.addMetadata(common);
-        common->layout = page.image.layout;
-    }
-    complete(common->colorBitDepth, qint32(page.sampleFormat == SAMPLEFORMAT_IEEEFP ? page.bits : page.image.bitDepth));
-    completeFromPage(file, page, *common);
+    const bool isNew = !internal::findCommonItem(metadata);
+    CxCommonImageMetadata& common = internal::commonItem(metadata);
+    if (isNew)
+        common.layout = page.image.layout;
+    complete(common.colorBitDepth, qint32(page.sampleFormat == SAMPLEFORMAT_IEEEFP ? page.bits : page.image.bitDepth));
+    completeFromPage(file, page, common);
     if (!isOurs)
-        completeAttribute(*common, QStringLiteral("ImageDescription"), description);
+        completeAttribute(common, QStringLiteral("ImageDescription"), description);
     const QString fileTime = readText(file, TIFFTAG_DATETIME);
     uint64_t exif = 0;
     if (file.get(TIFFTAG_EXIFIFD, &exif) && TIFFReadEXIFDirectory(file.handle(), exif) == 1)
-        completeFromExif(file, *common);
-    complete(common->captureTime, readTime(fileTime, QString(), QString()));
+        completeFromExif(file, common);
+    complete(common.captureTime, readTime(fileTime, QString(), QString()));
     return metadata;
 }
 

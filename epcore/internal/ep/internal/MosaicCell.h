@@ -7,6 +7,8 @@
 #include <ep/ExBayerGrid.h>
 #include <ep/internal/PlaneView.h>
 
+#include <string_view>
+
 namespace ep {
 namespace internal {
 
@@ -32,6 +34,18 @@ inline CellPosition bayerPosition(qint32 grid, qint32 plane)
         {{1, 0}, {0, 0}, {0, 1}, {1, 1}},  // GRBG
     };
     return positions[grid][plane];
+}
+
+/** The colours of the cell of each of the four arrangements, row by row. */
+constexpr const char* bayerLetters[] = {"BGGR", "RGGB", "GBRG", "GRBG"};
+
+/** The arrangement whose cell has the colours @p letters; BayerGridNone when there is none. */
+inline ExBayerGrid bayerGridOf(std::string_view letters)
+{
+    for (const ExBayerGrid grid : {BayerGridBGGR, BayerGridRGGB, BayerGridGBRG, BayerGridGRBG})
+        if (letters == bayerLetters[grid])
+            return grid;
+    return BayerGridNone;
 }
 
 /** How a mosaic falls into planes: the size of its cell, and the place of each plane in it. */
