@@ -67,8 +67,7 @@ struct RingSize {
     static RingSize of(const ep::SxImageInfo& picture, int enlargement)
     {
         const double longest = std::max(picture.width, picture.height);
-        return {enlargement + std::max(4.0, longest / 100), std::max(0.5, longest / 1000),
-                std::max(1.0, longest / 1500)};
+        return {enlargement + std::max(5.0, longest / 80), std::max(1.0, longest / 500), std::max(1.0, longest / 1500)};
     }
 };
 

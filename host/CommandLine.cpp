@@ -9,6 +9,7 @@
 #include "MatCommand.h"
 #include "PluginsCommand.h"
 #include "PreviewCommand.h"
+#include "RepairCommand.h"
 #include "SplitCommand.h"
 
 #include <CLI/CLI.hpp>
@@ -16,8 +17,8 @@
 namespace {
 
 constexpr AddCommand commands[] = {
-    addInfoCommand,  addConvertCommand, addCompareCommand, addPreviewCommand, addDiffCommand,
-    addSplitCommand, addMatCommand,     addPluginsCommand, addFormatsCommand,
+    addInfoCommand, addConvertCommand, addCompareCommand, addPreviewCommand, addRepairCommand,
+    addDiffCommand, addSplitCommand,   addMatCommand,     addPluginsCommand, addFormatsCommand,
 };
 
 }  // namespace

@@ -20,6 +20,7 @@
 #include <orn/InvalidPixel.h>
 #include <orn/LoadImageFromFile.h>
 #include <orn/MarkPixels.h>
+#include <orn/NonZeroPixels.h>
 #include <orn/OrientImage.h>
 #include <orn/PointsDistance.h>
 #include <orn/PreviewImage.h>

@@ -1,0 +1,104 @@
+#include "RepairCommand.h"
+
+#include "RepairFile.h"
+
+#include <CLI/CLI.hpp>
+
+namespace {
+
+struct RepairRequest {
+    RepairOptions options;
+    std::string input;
+    std::string output;
+    bool json = false;
+};
+
+ExitCode run(const RepairRequest& request, Output& output)
+{
+    const QString input = text(request.input);
+    const QString target = text(request.output);
+    const QString refused = refusedRepair(request.options, input, target);
+    if (!refused.isEmpty())
+        throw CLI::ValidationError(refused.toStdString());
+    return sayOutcome(repairFile(request.options, input, target), QStringLiteral("repair"), request.json, output);
+}
+
+/** The options that say what to repair. */
+void addLevelOptions(CLI::App& command, RepairLevelOptions& levels)
+{
+    CLI::Option* valid = command.add_option("--valid", levels.valid, "Levels outside of this range are invalid")
+                             ->type_name("LOW:HIGH[,...]");
+    CLI::Option* low = command.add_option("--low", levels.low, "Levels up to this one are invalid, or 'off'")
+                           ->type_name("N[,...]")
+                           ->excludes(valid);
+    CLI::Option* high = command.add_option("--high", levels.high, "Levels from this one on are invalid, or 'off'")
+                            ->type_name("N[,...]")
+                            ->excludes(valid);
+    command
+        .add_option("--low-percent", levels.lowPercent,
+                    "Share of the samples that --low may cover: it ends before the level that passes it")
+        ->type_name("P[,...]")
+        ->needs(low);
+    command.add_option("--high-percent", levels.highPercent, "As --low-percent, of --high")
+        ->type_name("P[,...]")
+        ->needs(high);
+}
+
+void addOptions(CLI::App& command, RepairRequest& request)
+{
+    RepairOptions& options = request.options;
+    command.add_option("IN", request.input, "The image file to read, of 8- or 16-bit samples")
+        ->required()
+        ->type_name("");
+    command.add_option("OUT", request.output, "The file to write; its suffix chooses the format")
+        ->required()
+        ->type_name("");
+    addLevelOptions(command, options.levels);
+    command
+        .add_option(
+            "--map", options.map,
+            "Repair these pixels, whatever their level: a list of bad pixels with lines 'x y time', or an image "
+            "of one 8-bit channel in which they are not zero")
+        ->type_name("FILE");
+    command
+        .add_option("--mask", options.mask,
+                    "Leave out the pixels that are zero in this image of one 8-bit channel: they are neither repaired "
+                    "nor taken")
+        ->type_name("FILE");
+    CLI::Option* report =
+        command.add_option("--report", options.report, "Write every repaired sample, as CSV or JSON by the suffix")
+            ->type_name("FILE");
+    CLI::Option* replay =
+        command.add_option("--replay", options.replay, "Repair exactly what this report says")->type_name("FILE");
+    for (const char* other : {"--low", "--high", "--valid", "--map", "--mask"})
+        replay->excludes(command.get_option(other));
+    replay->excludes(report);
+    command
+        .add_option("--overlay", options.overlay,
+                    "Draw the result with the repaired pixels marked, in magenta and ringed")
+        ->type_name("FILE");
+    command.add_flag("--no-replace", options.refuseReplace, "Leave files alone that exist");
+    addJsonFlag(command, request.json);
+}
+
+}  // namespace
+
+void addRepairCommand(CLI::App& program, Output& output, ExitCode& exitCode)
+{
+    auto request = std::make_shared<RepairRequest>();
+    CLI::App* command = addCommand(
+        program, "repair", "Replace invalid samples by valid neighbours",
+        "  orn repair --low 0 --report repaired.csv capture.dng repaired.dng\n"
+        "  orn repair --valid 64:16000 --overlay where.png capture.dng repaired.dng\n"
+        "  orn repair --high 250,250,off --mask sky.png photo.png repaired.png\n"
+        "  orn repair --low 5 --low-percent 0.1 photo.tif repaired.tif\n"
+        "  orn repair --map bad-pixels.txt capture.dng repaired.dng\n"
+        "  orn repair --replay repaired.csv capture.dng again.dng\n"
+        "\n"
+        "An invalid sample takes the value of a random one of the nearest valid samples of its own channel, or of its\n"
+        "own colour in a mosaic: the planes are R, G1, B, G2; of other cells than 2 x 2, each place of the cell is a\n"
+        "plane. N is one number for all channels or planes, or one for each. OUT holds the same samples where nothing\n"
+        "is invalid. Chance decides otherwise in every run: a report makes a run repeatable.");
+    addOptions(*command, *request);
+    command->callback([request, &output, &exitCode] { exitCode = run(*request, output); });
+}

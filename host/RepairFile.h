@@ -1,0 +1,29 @@
+/**
+ * @file
+ * One file, repaired, into another.
+ */
+#pragma once
+
+#include "FileOutcome.h"
+#include "RepairLevels.h"
+
+#include <QString>
+
+#include <string>
+
+/** How `orn repair` repairs. */
+struct RepairOptions {
+    RepairLevelOptions levels;
+    std::string mask;
+    std::string map;
+    std::string replay;
+    std::string report;
+    std::string overlay;
+    bool refuseReplace = false;
+};
+
+/** Why the options do not go together with each other and with the names of the files; empty when they do. */
+QString refusedRepair(const RepairOptions& options, const QString& input, const QString& output);
+
+/** Writes @p input, repaired, as @p output, for options that are not refused. Thread-safe; says nothing. */
+FileOutcome repairFile(const RepairOptions& options, const QString& input, const QString& output);
