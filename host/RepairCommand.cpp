@@ -1,26 +1,56 @@
 #include "RepairCommand.h"
 
+#include "Batch.h"
 #include "RepairFile.h"
 
 #include <CLI/CLI.hpp>
 
 namespace {
 
+/** The command line of `orn repair`. */
 struct RepairRequest {
+    std::vector<std::string> files;  // what to read, and last what to write where this is no batch
     RepairOptions options;
-    std::string input;
-    std::string output;
+    BatchOptions batch;
     bool json = false;
 };
 
-ExitCode run(const RepairRequest& request, Output& output)
+const QString commandName = QStringLiteral("repair");
+
+/** Throws what the parser throws when there is a reason. */
+void refuse(const QString& reason)
 {
-    const QString input = text(request.input);
-    const QString target = text(request.output);
-    const QString refused = refusedRepair(request.options, input, target);
-    if (!refused.isEmpty())
-        throw CLI::ValidationError(refused.toStdString());
-    return sayOutcome(repairFile(request.options, input, target), QStringLiteral("repair"), request.json, output);
+    if (!reason.isEmpty())
+        throw CLI::ValidationError(reason.toStdString());
+}
+
+ExitCode repairOne(const RepairRequest& request, Output& output)
+{
+    if (request.files.empty())
+        throw CLI::RequiredError("IN");
+    if (request.files.size() < 2)
+        throw CLI::ValidationError("OUT is required (or --out-dir, to repair many files)");
+    if (request.files.size() > 2)
+        throw CLI::ValidationError("'" + request.files[2] + "' is one argument too many; --out-dir repairs many files");
+    const QString from = text(request.files[0]);
+    const QString to = text(request.files[1]);
+    refuse(refusedRepair(request.options, from, to));
+    return sayOutcome(repairFile(request.options, from, to), commandName, request.json, output);
+}
+
+ExitCode repairMany(const RepairRequest& request, Output& output)
+{
+    const RepairOptions& options = request.options;
+    refuse(refusedForMany(options));
+    BatchWork work;
+    work.words = {commandName, QStringLiteral("repaired"), request.json};
+    work.refuse = [&](const QString& from, const QString& to) {
+        return refusedRepair(optionsOfOne(options, to), from, to);
+    };
+    work.serve = [&](const QString& from, const QString& to) {
+        return repairFile(optionsOfOne(options, to), from, to);
+    };
+    return runBatch(request.files, request.batch, work, output);
 }
 
 /** The options that say what to repair. */
@@ -44,15 +74,8 @@ void addLevelOptions(CLI::App& command, RepairLevelOptions& levels)
         ->needs(high);
 }
 
-void addOptions(CLI::App& command, RepairRequest& request)
+void addOptions(CLI::App& command, RepairOptions& options)
 {
-    RepairOptions& options = request.options;
-    command.add_option("IN", request.input, "The image file to read, of 8- or 16-bit samples")
-        ->required()
-        ->type_name("");
-    command.add_option("OUT", request.output, "The file to write; its suffix chooses the format")
-        ->required()
-        ->type_name("");
     addLevelOptions(command, options.levels);
     command
         .add_option(
@@ -78,7 +101,6 @@ void addOptions(CLI::App& command, RepairRequest& request)
                     "Draw the result with the repaired pixels marked, in magenta and ringed")
         ->type_name("FILE");
     command.add_flag("--no-replace", options.refuseReplace, "Leave files alone that exist");
-    addJsonFlag(command, request.json);
 }
 
 }  // namespace
@@ -94,11 +116,23 @@ void addRepairCommand(CLI::App& program, Output& output, ExitCode& exitCode)
         "  orn repair --low 5 --low-percent 0.1 photo.tif repaired.tif\n"
         "  orn repair --map bad-pixels.txt capture.dng repaired.dng\n"
         "  orn repair --replay repaired.csv capture.dng again.dng\n"
+        "  orn repair --map bad-pixels.txt --report 'reports/{}.csv' --out-dir repaired *.dng\n"
         "\n"
         "An invalid sample takes the value of a random one of the nearest valid samples of its own channel, or of its\n"
         "own colour in a mosaic: the planes are R, G1, B, G2; of other cells than 2 x 2, each place of the cell is a\n"
         "plane. N is one number for all channels or planes, or one for each. OUT holds the same samples where nothing\n"
-        "is invalid. Chance decides otherwise in every run: a report makes a run repeatable.");
-    addOptions(*command, *request);
-    command->callback([request, &output, &exitCode] { exitCode = run(*request, output); });
+        "is invalid. Chance decides otherwise in every run: a report makes a run repeatable. With --out-dir, {} in "
+        "the\n"
+        "name of a report, overlay, map or mask stands for the name of the output.");
+    command
+        ->add_option("FILE", request->files,
+                     "IN and OUT: the image file to read, of 8- or 16-bit samples, and the file to write, whose suffix "
+                     "chooses the format. With --out-dir: the image files to read")
+        ->type_name("");
+    addOptions(*command, request->options);
+    addBatchOptions(*command, request->batch);
+    addJsonFlag(*command, request->json);
+    command->callback([request, &output, &exitCode] {
+        exitCode = request->batch.isBatch() ? repairMany(*request, output) : repairOne(*request, output);
+    });
 }

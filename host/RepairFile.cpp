@@ -259,7 +259,28 @@ QString refusedNames(const RepairOptions& options, const QString& input, const Q
     return QString();
 }
 
+constexpr char nameMark[] = "{}";
+
 }  // namespace
+
+RepairOptions optionsOfOne(const RepairOptions& options, const QString& output)
+{
+    RepairOptions own = options;
+    for (std::string* file : {&own.mask, &own.map, &own.replay, &own.report, &own.overlay})
+        *file = text(*file).replace(QLatin1String(nameMark), QFileInfo(output).fileName()).toStdString();
+    return own;
+}
+
+QString refusedForMany(const RepairOptions& options)
+{
+    const QVector<QPair<const char*, const std::string&>> files{
+        {"--report", options.report}, {"--overlay", options.overlay}, {"--replay", options.replay}};
+    for (const auto& file : files)
+        if (!file.second.empty() && file.second.find(nameMark) == std::string::npos)
+            return QStringLiteral("%1: this would be one file for all; {} in it stands for the name of each output")
+                .arg(QLatin1String(file.first));
+    return QString();
+}
 
 QString refusedRepair(const RepairOptions& options, const QString& input, const QString& output)
 {

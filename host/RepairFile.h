@@ -22,6 +22,12 @@ struct RepairOptions {
     bool refuseReplace = false;
 };
 
+/** The options for one of many files: "{}" in their file names stands for the name of @p output. */
+RepairOptions optionsOfOne(const RepairOptions& options, const QString& output);
+
+/** Why these files would be the same ones for all of many files; empty when they would not. */
+QString refusedForMany(const RepairOptions& options);
+
 /** Why the options do not go together with each other and with the names of the files; empty when they do. */
 QString refusedRepair(const RepairOptions& options, const QString& input, const QString& output);
 
