@@ -5,6 +5,7 @@
 #pragma once
 
 #include <orn/CompareChannel.h>
+#include <orn/CxDefectSearch.h>
 #include <orn/CxProgressInfo.h>
 #include <orn/DefectList.h>
 #include <orn/DifferencePicture.h>
