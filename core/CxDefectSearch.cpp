@@ -1,41 +1,17 @@
 #include <orn/CxDefectSearch.h>
+#include <orn/ImagePlanes.h>
 
 #include "FrameStack.h"
 #include "JudgePlane.h"
 
 #include <ep/CxScopedBuffer.h>
 #include <ep/ExStatus.h>
-#include <ep/internal/MosaicCell.h>
 
 #include <cmath>
 
 namespace orn {
 
 namespace {
-
-using ep::internal::MosaicCell;
-
-// Of a colour-filter cell; anything larger is no colour filter.
-constexpr qint64 mostPlanes = 256;
-
-/** The planes that are judged by themselves: colours of a mosaic, channels of any other image. */
-QVector<StackPlane> planesOf(const ep::SxImageInfo& frame)
-{
-    QVector<StackPlane> planes;
-    const MosaicCell cell = MosaicCell::of(frame, frame.bayerGrid);
-    const bool isMosaic = frame.channels == 1 && cell.isValid() && frame.bayerGrid != ep::BayerGridNone
-                          && cell.planes() <= mostPlanes && cell.width <= frame.width && cell.height <= frame.height;
-    if (!isMosaic) {
-        for (qint32 channel = 0; channel < frame.channels; ++channel)
-            planes.append({channel, 0, 0, 1, 1});
-        return planes;
-    }
-    for (qint32 plane = 0; plane < cell.planes(); ++plane) {
-        const ep::internal::CellPosition place = cell.position(plane);
-        planes.append({0, place.column, place.row, cell.width, cell.height});
-    }
-    return planes;
-}
 
 QVector<SxDefect> defectsIn(const ep::SxImageBuf& kinds)
 {
@@ -76,14 +52,14 @@ unsigned int CxDefectSearch::result(const SxDefectLimits& limits, QVector<SxDefe
     const unsigned int status = kinds.allocate(true);
     if (ep::failed(status))
         return status;
-    const QVector<StackPlane> stackPlanes = planesOf(m_stack->description());
+    const ep::internal::PlaneView image = ep::internal::planeView(kinds.image(), 0);
     QVector<SxDefectPlane> answers;
-    for (int i = 0; i < stackPlanes.size(); ++i) {
+    for (const SxImagePlane& plane : ImagePlanes(m_stack->description())) {
         SxDefectPlane answer;
-        answer.channel = stackPlanes[i].channel;
-        answer.plane = i - answer.channel;
-        if (!judgePlane(*m_stack, stackPlanes[i], limits, stackPlanes[i].of(ep::internal::planeView(kinds.image(), 0)),
-                        answer))
+        answer.plane = answers.size();
+        const ep::internal::PlaneView samples = samplesOf(plane, image);
+        // An image smaller than its colour-filter cell lacks some of the planes.
+        if (samples.width > 0 && samples.height > 0 && !judgePlane(*m_stack, plane, limits, samples, answer))
             return ep::StatusInvalidArgument;
         answers.append(answer);
     }

@@ -5,6 +5,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -251,6 +252,22 @@ QVector<SxDefect> defectsSeenFrom(const SxSensorOrigin& image, const SxDefectLis
         defect.y = moved(defect.y, qint64(list.origin.y) - image.y);
     }
     return defects;
+}
+
+QVector<SxDefect> uniteDefects(const QVector<SxDefect>& older, const QVector<SxDefect>& newer)
+{
+    QVector<SxDefect> all = older + newer;
+    // Stable: of one place, the older ones stay first.
+    std::stable_sort(all.begin(), all.end(),
+                     [](const SxDefect& a, const SxDefect& b) { return a.y != b.y ? a.y < b.y : a.x < b.x; });
+    QVector<SxDefect> united;
+    for (const SxDefect& defect : qAsConst(all)) {
+        if (united.isEmpty() || united.last().x != defect.x || united.last().y != defect.y)
+            united.append(defect);
+        else if (defect.kind != DefectUntold)
+            united.last().kind = defect.kind;
+    }
+    return united;
 }
 
 SxSensorOrigin sensorOrigin(const ep::CxMetadata& metadata)

@@ -151,9 +151,9 @@ unsigned int FrameStack::add(const ep::SxImageBuf& frame)
     return ep::StatusOk;
 }
 
-void FrameStack::meanRow(const StackPlane& plane, qint32 y, double* row) const
+void FrameStack::meanRow(const SxImagePlane& plane, qint32 y, double* row) const
 {
-    const ConstPlaneView sum = plane.of(planeView(m_sum.image(), plane.channel));
+    const ConstPlaneView sum = samplesOf(plane, planeView(m_sum.image(), plane.channel));
     readRow(sum, m_sum->dataType, y, row);
     if (m_frames < 3) {
         for (qint32 x = 0; x < sum.width; ++x)
@@ -167,10 +167,10 @@ void FrameStack::meanRow(const StackPlane& plane, qint32 y, double* row) const
         row[x] = (row[x] - least[x] - most[x]) / (m_frames - 2);
 }
 
-void FrameStack::extremeRows(const StackPlane& plane, qint32 y, double* least, double* most) const
+void FrameStack::extremeRows(const SxImagePlane& plane, qint32 y, double* least, double* most) const
 {
-    readRow(plane.of(planeView(m_least.image(), plane.channel)), m_least->dataType, y, least);
-    readRow(plane.of(planeView(m_most.image(), plane.channel)), m_most->dataType, y, most);
+    readRow(samplesOf(plane, planeView(m_least.image(), plane.channel)), m_least->dataType, y, least);
+    readRow(samplesOf(plane, planeView(m_most.image(), plane.channel)), m_most->dataType, y, most);
 }
 
 }  // namespace orn

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <orn/ImagePlanes.h>
+
 #include <ep/CxScopedBuffer.h>
 #include <ep/internal/PlaneView.h>
 
@@ -11,22 +13,15 @@
 
 namespace orn {
 
-/** Every (cellWidth, cellHeight)-th sample of a channel from (left, top) on, samples of partial cells included. */
-struct StackPlane {
-    qint32 channel;
-    qint32 left;
-    qint32 top;
-    qint32 cellWidth;
-    qint32 cellHeight;
-
-    template <typename Byte>
-    ep::internal::BasicPlaneView<Byte> of(const ep::internal::BasicPlaneView<Byte>& channelView) const
-    {
-        return {channelView.sample(left, top), channelView.rowBytes * cellHeight, channelView.pixelStep * cellWidth,
-                (channelView.width - left + cellWidth - 1) / cellWidth,
-                (channelView.height - top + cellHeight - 1) / cellHeight};
-    }
-};
+/** The samples of @p plane in the view of its channel, those of partial cells included. */
+template <typename Byte>
+ep::internal::BasicPlaneView<Byte> samplesOf(const SxImagePlane& plane,
+                                             const ep::internal::BasicPlaneView<Byte>& channel)
+{
+    const auto count = [](qint32 size, qint32 first, qint32 step) { return (size - first + step - 1) / step; };
+    return {channel.sample(plane.left, plane.top), channel.rowBytes * plane.stepY, channel.pixelStep * plane.stepX,
+            count(channel.width, plane.left, plane.stepX), count(channel.height, plane.top, plane.stepY)};
+}
 
 /** Adds up frames of one size and type; memory does not depend on their number. */
 class FrameStack {
@@ -39,9 +34,9 @@ public:
     const ep::SxImageInfo& description() const { return m_least.image(); }
 
     /** Mean of the samples of row @p y over the frames; of three or more without the largest and the smallest. */
-    void meanRow(const StackPlane& plane, qint32 y, double* row) const;
+    void meanRow(const SxImagePlane& plane, qint32 y, double* row) const;
     /** Smallest and largest value of the samples of row @p y. */
-    void extremeRows(const StackPlane& plane, qint32 y, double* least, double* most) const;
+    void extremeRows(const SxImagePlane& plane, qint32 y, double* least, double* most) const;
 
 private:
     unsigned int start(const ep::SxImageBuf& frame);

@@ -50,7 +50,7 @@ double smallestStep(std::vector<double>& values)
 /** Measures one plane, and then judges it. */
 class Judge {
 public:
-    Judge(const FrameStack& stack, const StackPlane& plane, const SxDefectLimits& limits, qint32 width, qint32 height)
+    Judge(const FrameStack& stack, const SxImagePlane& plane, const SxDefectLimits& limits, qint32 width, qint32 height)
         : m_stack(stack), m_plane(plane), m_limits(limits), m_width(static_cast<std::size_t>(width)),
           m_background(width, height, backgroundTile), m_noise(width, height, noiseTile),
           m_temporal(width, height, noiseTile), m_light(m_width)
@@ -74,7 +74,7 @@ private:
     void findStuck(qint32 y, std::vector<qint32>& kinds) const;
 
     const FrameStack& m_stack;
-    const StackPlane& m_plane;
+    const SxImagePlane& m_plane;
     const SxDefectLimits& m_limits;
     std::size_t m_width;
     double m_step = 0;  // quantisation of the samples
@@ -260,7 +260,7 @@ void count(qint32 kind, SxDefectPlane& answer)
 
 }  // namespace
 
-bool judgePlane(const FrameStack& stack, const StackPlane& plane, const SxDefectLimits& limits,
+bool judgePlane(const FrameStack& stack, const SxImagePlane& plane, const SxDefectLimits& limits,
                 const ep::internal::PlaneView& kinds, SxDefectPlane& answer)
 {
     Judge judge(stack, plane, limits, kinds.width, kinds.height);

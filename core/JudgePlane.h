@@ -17,7 +17,7 @@ namespace orn {
  * @param answer  samples, background, noise and counts are filled
  * @return false for flat frames without light
  */
-bool judgePlane(const FrameStack& stack, const StackPlane& plane, const SxDefectLimits& limits,
+bool judgePlane(const FrameStack& stack, const SxImagePlane& plane, const SxDefectLimits& limits,
                 const ep::internal::PlaneView& kinds, SxDefectPlane& answer);
 
 }  // namespace orn

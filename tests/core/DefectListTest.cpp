@@ -50,6 +50,7 @@ private slots:
     void leavesAnOldFileAlone();
     void isSeenFromAnotherImage_data();
     void isSeenFromAnotherImage();
+    void unitesOldAndNew();
     void metadataSayWhereAnImageLies();
 
 private:
@@ -300,6 +301,18 @@ void DefectListTest::isSeenFromAnotherImage()
     QCOMPARE(defects.size(), 3);
     QCOMPARE(QPoint(defects.first().x, defects.first().y), first);
     QCOMPARE(defects[1].since, qint64(1700000000));
+}
+
+void DefectListTest::unitesOldAndNew()
+{
+    const QVector<orn::SxDefect> older{{5, 2, orn::DefectHot, 100}, {1, 1, orn::DefectUntold, 7}, {9, 1, 0, 8}};
+    const QVector<orn::SxDefect> newer{{5, 2, orn::DefectUntold, 0}, {1, 1, orn::DefectDead, 50}, {0, 2, 1, 50}};
+    QVERIFY(sameDefects(orn::uniteDefects(older, newer), {{1, 1, orn::DefectDead, 7},
+                                                          {9, 1, orn::DefectUntold, 8},
+                                                          {0, 2, orn::DefectHot, 50},
+                                                          {5, 2, orn::DefectHot, 100}}));
+    QVERIFY(orn::uniteDefects({}, {}).isEmpty());
+    QCOMPARE(orn::uniteDefects(older, {}).size(), 3);
 }
 
 void DefectListTest::metadataSayWhereAnImageLies()

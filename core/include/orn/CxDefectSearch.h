@@ -24,8 +24,7 @@ struct SxDefectLimits {
 
 /** What was found in one plane: a colour of a mosaic, or a channel of another image. */
 struct SxDefectPlane {
-    qint32 channel = 0;        ///< of the frames
-    qint32 plane = 0;          ///< of the mosaic: 0 R, 1 G1, 2 B, 3 G2; cell positions row by row for other cells
+    qint32 plane = 0;          ///< which one of ImagePlanes()
     qint64 samples = 0;        ///< of one frame
     double background = 0;     ///< median over the plane
     double sigma = 0;          ///< median over the plane of the noise that deviations are judged by; for flat

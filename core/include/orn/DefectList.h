@@ -82,6 +82,12 @@ ORN_EXPORT bool writeDefectList(const QString& fileName, const SxDefectList& lis
  */
 ORN_EXPORT QVector<SxDefect> defectsSeenFrom(const SxSensorOrigin& image, const SxDefectList& list);
 
+/**
+ * The defects of both lists, row by row and each place once. Of a place in both, the time is that of @p older and the
+ * kind, where it tells one, that of @p newer.
+ */
+ORN_EXPORT QVector<SxDefect> uniteDefects(const QVector<SxDefect>& older, const QVector<SxDefect>& newer);
+
 /** What the metadata of an image says of where it lies on the sensor. */
 ORN_EXPORT SxSensorOrigin sensorOrigin(const ep::CxMetadata& metadata);
 

@@ -8,6 +8,7 @@
 #include <orn/CxDefectSearch.h>
 #include <orn/CxProgressInfo.h>
 #include <orn/DefectList.h>
+#include <orn/DefectMap.h>
 #include <orn/DifferencePicture.h>
 #include <orn/EnlargeImage.h>
 #include <orn/FileImageLoader.h>
