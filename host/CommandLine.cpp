@@ -3,6 +3,7 @@
 #include "Command.h"
 #include "CompareCommand.h"
 #include "ConvertCommand.h"
+#include "DefectsCommand.h"
 #include "DiffCommand.h"
 #include "FormatsCommand.h"
 #include "InfoCommand.h"
@@ -17,7 +18,7 @@
 namespace {
 
 constexpr AddCommand commands[] = {
-    addInfoCommand, addConvertCommand, addCompareCommand, addPreviewCommand, addRepairCommand,
+    addInfoCommand, addConvertCommand, addCompareCommand, addPreviewCommand, addRepairCommand,  addDefectsCommand,
     addDiffCommand, addSplitCommand,   addMatCommand,     addPluginsCommand, addFormatsCommand,
 };
 
