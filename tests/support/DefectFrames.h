@@ -100,6 +100,20 @@ public:
         return frame;
     }
 
+    /**
+     * Takes a picture of @p scene, levels on top of which comes what the sensor adds in the dark: noise, glow, and
+     * the light of hot pixels. Dead and stuck pixels do not see the scene.
+     */
+    ep::CxScopedBuffer takePicture(const ep::SxImageBuf& scene)
+    {
+        ep::CxScopedBuffer picture = takeFrame();
+        for (int c = 0; c < m_kind.channels; ++c)
+            for (int y = 0; y < m_kind.height; ++y)
+                for (int x = 0; x < m_kind.width; ++x)
+                    store(picture.image(), x, y, c, levelOf(scene, x, y, c));
+        return picture;
+    }
+
     const QVector<orn::SxDefect>& defects() const { return m_defects; }
     double uniform() { return m_random() / 4294967296.0; }
     double normal() { return m_normal(m_random); }
@@ -110,6 +124,16 @@ private:
         double noise;
         bool isStuck;
     };
+
+    double levelOf(const ep::SxImageBuf& scene, int x, int y, int c)
+    {
+        const Pixel& pixel = at(x, y, c);
+        for (const orn::SxDefect& defect : m_defects)
+            if (defect.x == x && defect.y == y && defect.kind != orn::DefectHot)
+                return pixel.level + pixel.noise * normal();
+        const double light = sampleAt<quint16>(scene, x, y, c);
+        return light + pixel.level - smoothLevel(x, y, c) + std::sqrt(pixel.noise * pixel.noise + light) * normal();
+    }
 
     Pixel& at(int x, int y, int c)
     {
