@@ -52,8 +52,9 @@ class Judge {
 public:
     Judge(const FrameStack& stack, const SxImagePlane& plane, const SxDefectLimits& limits, qint32 width, qint32 height)
         : m_stack(stack), m_plane(plane), m_limits(limits), m_width(static_cast<std::size_t>(width)),
-          m_background(width, height, backgroundTile), m_noise(width, height, noiseTile),
-          m_temporal(width, height, noiseTile), m_light(m_width)
+          m_background(width, height, backgroundTile, TileSurface::Cubic),
+          m_noise(width, height, noiseTile, TileSurface::Bilinear),
+          m_temporal(width, height, noiseTile, TileSurface::Bilinear), m_light(m_width)
     {
     }
 
@@ -155,12 +156,24 @@ void Judge::measureBackground()
             m_background.at(column, row) = medianOf(values);
         });
     m_background.fillGaps();
+    // The median of a tile in which the light bends is not that at its centre: add what is left.
+    TileField rest = m_background;
+    const auto readRest = [&](qint32 y, double* row) {
+        readScattered(y, row);
+        m_background.interpolateRow(y, m_light.data());
+        for (std::size_t x = 0; x < m_width; ++x)
+            row[x] -= m_light[x];
+    };
+    forEachTile(rest, readRest, [&](qint32 column, qint32 row, std::vector<double>& values) {
+        rest.at(column, row) = m_background.at(column, row) + (values.empty() ? 0 : medianOf(values));
+    });
+    m_background = rest;
 }
 
 /** Turns the mean row into deviations from the background. */
 void Judge::subtractBackground(qint32 y, double* row)
 {
-    m_background.interpolateRow(y, true, m_light.data());
+    m_background.interpolateRow(y, m_light.data());
     for (std::size_t x = 0; x < m_width; ++x)
         row[x] -= m_light[x];
     if (!m_limits.isFlat)
@@ -215,7 +228,7 @@ void Judge::judgeRow(qint32 y, std::vector<qint32>& kinds)
     std::vector<double> noise(m_width);
     m_stack.meanRow(m_plane, y, deviations.data());
     subtractBackground(y, deviations.data());
-    m_noise.interpolateRow(y, false, noise.data());
+    m_noise.interpolateRow(y, noise.data());
     for (std::size_t x = 0; x < m_width; ++x) {
         const double limit =
             m_limits.sigma * std::max(noise[x], leastNoise * (m_limits.isFlat ? 1 : std::fabs(m_light[x])));

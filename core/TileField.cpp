@@ -8,24 +8,31 @@ namespace orn {
 
 namespace {
 
-/** Between which two tiles a place lies, and how far on the way from the first one. */
-struct Between {
-    qint32 first;
-    qint32 second;
-    double part;
-};
-
-Between between(const TileRuler& ruler, qint32 place, bool extrapolate)
+/** Weights of tiles first to last of @p ruler: the polynomial through their values at their centres. */
+TileWeights throughCentres(const TileRuler& ruler, qint32 first, qint32 last, double place)
 {
-    if (ruler.count() == 1)
-        return {0, 0, 0};
+    TileWeights result{first, last - first + 1, {}};
+    for (qint32 i = first; i <= last; ++i) {
+        double weight = 1;
+        for (qint32 other = first; other <= last; ++other)
+            if (other != i)
+                weight *= (place - ruler.centre(other)) / (ruler.centre(i) - ruler.centre(other));
+        result.weights[i - first] = weight;
+    }
+    return result;
+}
+
+TileWeights weightsAt(const TileRuler& ruler, qint32 place, TileSurface surface)
+{
+    const qint32 last = ruler.count() - 1;
     qint32 tile = ruler.tileAt(place);
     if (place < ruler.centre(tile))
         --tile;
-    tile = qBound(0, tile, ruler.count() - 2);
-    const double start = ruler.centre(tile);
-    const double part = (place - start) / (ruler.centre(tile + 1) - start);
-    return {tile, tile + 1, extrapolate ? part : qBound(0.0, part, 1.0)};
+    tile = qBound(0, tile, qMax(0, last - 1));  // of the two centres around
+    if (surface == TileSurface::Cubic)
+        return throughCentres(ruler, qMax(0, tile - 1), qMin(last, tile + 2), place);
+    return throughCentres(ruler, tile, qMin(last, tile + 1),
+                          qBound(ruler.centre(0), double(place), ruler.centre(last)));
 }
 
 }  // namespace
@@ -52,9 +59,11 @@ double medianOf(std::vector<double>& values)
     return *middle / 2 + *std::max_element(values.begin(), middle) / 2;
 }
 
-TileField::TileField(qint32 width, qint32 height, qint32 edge)
-    : m_columns(width, edge), m_rows(height, edge), m_values(index(0, m_rows.count()), 0.0)
+TileField::TileField(qint32 width, qint32 height, qint32 edge, TileSurface surface)
+    : m_columns(width, edge), m_rows(height, edge), m_surface(surface), m_values(index(0, m_rows.count()), 0.0)
 {
+    for (qint32 x = 0; x < width; ++x)
+        m_columnWeights.push_back(weightsAt(m_columns, x, surface));
 }
 
 double TileField::median() const
@@ -78,29 +87,19 @@ void TileField::fillGaps()
             value = middle;
 }
 
-void TileField::interpolateRow(qint32 y, bool extrapolate, double* row) const
+void TileField::interpolateRow(qint32 y, double* row) const
 {
-    const Between vertical = between(m_rows, y, extrapolate);
-    const qint32 count = m_columns.count();
-    std::vector<double> values(static_cast<std::size_t>(count));
-    for (qint32 column = 0; column < count; ++column) {
-        const double upper = at(column, vertical.first);
-        values[static_cast<std::size_t>(column)] = upper + (at(column, vertical.second) - upper) * vertical.part;
-    }
-    // From centre to centre, and from the outermost ones to the edges.
-    for (qint32 column = 0; column < qMax(1, count - 1); ++column) {
-        const qint32 from = column == 0 ? 0 : static_cast<qint32>(std::ceil(m_columns.centre(column)));
-        const qint32 to =
-            column + 2 >= count ? m_columns.length() : static_cast<qint32>(std::ceil(m_columns.centre(column + 1)));
-        const Between first = between(m_columns, from, true);
-        const double left = values[static_cast<std::size_t>(first.first)];
-        const double rise = values[static_cast<std::size_t>(first.second)] - left;
-        const double start = m_columns.centre(first.first);
-        const double length = first.first == first.second ? 1 : m_columns.centre(first.second) - start;
-        for (qint32 x = from; x < to; ++x) {
-            const double part = (x - start) / length;
-            row[x] = left + rise * (extrapolate ? part : qBound(0.0, part, 1.0));
-        }
+    const TileWeights vertical = weightsAt(m_rows, y, m_surface);
+    std::vector<double> values(static_cast<std::size_t>(m_columns.count()), 0.0);
+    for (qint32 i = 0; i < vertical.count; ++i)
+        for (qint32 column = 0; column < m_columns.count(); ++column)
+            values[static_cast<std::size_t>(column)] += vertical.weights[i] * at(column, vertical.first + i);
+    for (std::size_t x = 0; x < m_columnWeights.size(); ++x) {
+        const TileWeights& horizontal = m_columnWeights[x];
+        double sum = 0;
+        for (qint32 i = 0; i < horizontal.count; ++i)
+            sum += horizontal.weights[i] * values[static_cast<std::size_t>(horizontal.first + i)];
+        row[x] = sum;
     }
 }
 

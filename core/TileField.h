@@ -33,10 +33,23 @@ private:
 /** Median of @p values, which are put into another order; NaN when there is none. */
 double medianOf(std::vector<double>& values);
 
+/** How a surface runs between the centres of tiles. */
+enum class TileSurface {
+    Bilinear,  ///< straight from centre to centre, and level from the outermost ones to the edges
+    Cubic      ///< through the four nearest centres of either direction, at the edges through three: follows curvature
+};
+
+/** Share of up to four neighbouring tiles in the value at a place. */
+struct TileWeights {
+    qint32 first;
+    qint32 count;
+    double weights[4];
+};
+
 /** One number per tile of a plane, and the surface between them. */
 class TileField {
 public:
-    TileField(qint32 width, qint32 height, qint32 edge);
+    TileField(qint32 width, qint32 height, qint32 edge, TileSurface surface);
 
     const TileRuler& columns() const { return m_columns; }
     const TileRuler& rows() const { return m_rows; }
@@ -48,11 +61,8 @@ public:
     double median() const;
     double least() const;
 
-    /**
-     * The surface in row @p y of the plane, bilinear between the centres of the tiles.
-     * @param extrapolate  true goes on straight from the outermost centres to the edges, false stays level there
-     */
-    void interpolateRow(qint32 y, bool extrapolate, double* row) const;
+    /** The surface in row @p y of the plane. */
+    void interpolateRow(qint32 y, double* row) const;
 
 private:
     std::size_t index(qint32 column, qint32 row) const
@@ -63,6 +73,8 @@ private:
 
     TileRuler m_columns;
     TileRuler m_rows;
+    TileSurface m_surface;
+    std::vector<TileWeights> m_columnWeights;
     std::vector<double> m_values;
 };
 

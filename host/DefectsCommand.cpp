@@ -10,6 +10,8 @@
 #include <QDateTime>
 #include <QJsonArray>
 
+#include <cmath>
+
 namespace {
 
 /** The command line of `orn defects`. */
@@ -58,6 +60,8 @@ orn::SxSensorOrigin originOf(const std::string& argument)
 
 DefectsRequest requestOf(const DefectsOptions& options)
 {
+    if (!std::isfinite(options.sigma))
+        throw CLI::ValidationError("--sigma: a number is needed");
     DefectsRequest request;
     for (const std::string& frame : options.frames)
         request.frames << text(frame);
@@ -117,9 +121,12 @@ QJsonArray jsonOfParts(const QVector<DefectsOfPart>& parts)
     return array;
 }
 
-QJsonObject answerOf(const DefectsOptions& options, const FoundDefects& found)
+QJsonObject answerOf(const DefectsOptions& options, const FoundDefects& found, const QVector<FileNote>& said)
 {
     const orn::SxSensorOrigin& origin = found.list.origin;
+    QJsonArray notes;
+    for (const FileNote& note : said)
+        notes.append(note.text);
     QJsonObject answer;
     answer[QStringLiteral("frames")] = static_cast<int>(options.frames.size());
     answer[QStringLiteral("limit")] = jsonNumber(options.sigma);
@@ -133,6 +140,7 @@ QJsonObject answerOf(const DefectsOptions& options, const FoundDefects& found)
                        : QJsonValue(QJsonValue::Null);
     answer[QStringLiteral("map")] = found.mapFile.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(found.mapFile);
     answer[QStringLiteral("list")] = found.listFile;
+    answer[QStringLiteral("notes")] = notes;
     return answer;
 }
 
@@ -154,7 +162,7 @@ ExitCode run(const DefectsOptions& options, Output& output)
     FileOutcome outcome = mapDefects(requestOf(options), output, found);
     if (outcome.code == ExitCode::Done) {
         noteUntoldStuck(options, found, outcome);
-        outcome.answer = answerOf(options, found);
+        outcome.answer = answerOf(options, found, outcome.notes);
     }
     const ExitCode code = sayOutcome(outcome, QStringLiteral("defects"), options.json, output);
     if (code == ExitCode::Done && !options.json)

@@ -23,18 +23,6 @@ ep::CxScopedBuffer scene(int width, int height, bool isMosaic)
     return image;
 }
 
-/** Root of the mean square of picture - scene at the places. */
-double errorAt(const QVector<orn::SxDefect>& places, const ep::SxImageBuf& picture, const ep::SxImageBuf& scene)
-{
-    double squares = 0;
-    for (const orn::SxDefect& place : places) {
-        const double apart =
-            double(sampleAt<quint16>(picture, place.x, place.y)) - sampleAt<quint16>(scene, place.x, place.y);
-        squares += apart * apart;
-    }
-    return std::sqrt(squares / places.size());
-}
-
 }  // namespace
 
 /** What repairing the pixels that a search finds is good for. */
