@@ -4,6 +4,7 @@
 #include "CompareCommand.h"
 #include "ConvertCommand.h"
 #include "DefectsCommand.h"
+#include "DepthCommand.h"
 #include "DiffCommand.h"
 #include "FormatsCommand.h"
 #include "InfoCommand.h"
@@ -19,7 +20,7 @@ namespace {
 
 constexpr AddCommand commands[] = {
     addInfoCommand, addConvertCommand, addCompareCommand, addPreviewCommand, addRepairCommand,  addDefectsCommand,
-    addDiffCommand, addSplitCommand,   addMatCommand,     addPluginsCommand, addFormatsCommand,
+    addDiffCommand, addSplitCommand,   addDepthCommand,   addMatCommand,     addPluginsCommand, addFormatsCommand,
 };
 
 }  // namespace

@@ -86,11 +86,16 @@ QString briefText(const ep::SxImageInfo& image)
     return isMosaic(image) ? text + QStringLiteral(", ") + gridName(image) : text;
 }
 
+int declaredDepth(const ep::SxImageInfo& image, const ep::CxCommonImageMetadata* common)
+{
+    return common && common->colorBitDepth > 0 ? common->colorBitDepth : image.bitDepth;
+}
+
 Facts recordFacts(const ep::SxImageInfo& image, const ep::CxCommonImageMetadata* common)
 {
     const QString layout = image.layout == ep::LayoutPlanar ? QStringLiteral("planar") : QStringLiteral("packed");
     const QString type = QLatin1String(ep::sampleFacts(image.dataType).name);
-    const int declared = common && common->colorBitDepth > 0 ? common->colorBitDepth : image.bitDepth;
+    const int declared = declaredDepth(image, common);
     return {
         {QStringLiteral("size"), QStringLiteral("%1 x %2").arg(image.width).arg(image.height), QStringLiteral("width"),
          image.width},

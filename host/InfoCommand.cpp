@@ -1,5 +1,6 @@
 #include "InfoCommand.h"
 
+#include "DepthReport.h"
 #include "ImageHistogram.h"
 #include "ImageReport.h"
 #include "InputList.h"
@@ -21,6 +22,7 @@ struct InfoOptions {
     std::vector<std::string> files;
     InputListOptions inputs;
     std::string variable;
+    bool depth = false;
     bool histogram = false;
     bool logarithmic = false;
     bool json = false;
@@ -106,7 +108,9 @@ ExitCode report(const QString& file, const InfoOptions& options, QJsonArray& ans
         return exitCodeOfInput(error.kind);
     }
     const ep::CxCommonImageMetadata* common = commonMetadata(metadata);
-    const Facts facts = factsOfImage(file, image.image(), common);
+    Facts facts = factsOfImage(file, image.image(), common);
+    if (options.depth)
+        facts += depthFacts(image.image(), common);
     const QVector<ImagePart> parts = options.histogram ? imageParts(image.image(), common) : QVector<ImagePart>();
     if (!options.json) {
         output.data(output.emphasised(printable(file)) + QLatin1Char('\n'));
@@ -159,6 +163,7 @@ void addInfoCommand(CLI::App& program, Output& output, ExitCode& exitCode)
                                    "  orn info photo.dng\n"
                                    "  orn info *.mat\n"
                                    "  orn info --variable scene workspace.mat\n"
+                                   "  orn info --depth scan.tif\n"
                                    "  orn info --histogram --log photo.dng\n"
                                    "  orn info --json photo.tif");
     command->add_option("FILE", options->files, "The image files")->type_name("");
@@ -167,6 +172,8 @@ void addInfoCommand(CLI::App& program, Output& output, ExitCode& exitCode)
         ->add_option("--variable", options->variable,
                      "MAT: read this array, or the image that was written with --name NAME")
         ->type_name("NAME");
+    command->add_flag("--depth", options->depth,
+                      "Tell the bits of the container from the declared and the used ones, and where they lie in it");
     command->add_flag("--histogram", options->histogram, "Draw how often which values occur, per channel or colour");
     command->add_flag("--log", options->logarithmic, "Draw the histogram on a logarithmic scale")->needs("--histogram");
     addJsonFlag(*command, options->json);

@@ -48,6 +48,9 @@ void JsonAnswersTest::isStrictJson_data()
     row("info of a file with an odd name", "info @\"odd\"\n\\ö.mat", 0, "info", "files");
     row("info of several files, one missing", "info @capture.tif @missing.tif @odd.mat", 1, "info", "files");
     row("info of a missing file", "info @missing.tif", 3, "info", "files");
+    row("depth", "depth --quiet @.", 0, "depth", "bitDepth cancelled checked failures files folder sampleType");
+    row("depth of no file", "depth --quiet @. --filter *.xyz", 3, "depth", "error folder");
+    row("info with the bits of samples", "info --depth @capture.tif @odd.mat", 0, "info", "files");
     row("mat list", "mat list @capture.mat", 0, "mat list", "file variables");
     row("mat list of a file that is none", "mat list @capture.tif", 3, "mat list", "error file");
     row("convert", "convert @odd.mat @out.tif", 0, "convert", "image input notes output");

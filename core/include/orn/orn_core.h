@@ -30,6 +30,7 @@
 #include <orn/RepairImage.h>
 #include <orn/RepairPlanes.h>
 #include <orn/ReplayRepairs.h>
+#include <orn/SampleBits.h>
 #include <orn/SaveImageToFile.h>
 #include <orn/SegmentsIntersection.h>
 #include <orn/SplitToPlusMinus.h>

@@ -1,0 +1,10 @@
+/**
+ * @file
+ * `orn depth`.
+ */
+#pragma once
+
+#include "Command.h"
+
+/** Adds `orn depth`; see AddCommand. */
+void addDepthCommand(CLI::App& program, Output& output, ExitCode& exitCode);
