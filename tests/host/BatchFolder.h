@@ -34,14 +34,21 @@ public:
     {
         return QDir(path(folder)).entryList(QDir::Files | QDir::Hidden, QDir::Name);
     }
-    /** The bytes of every file in @p folder, of MAT files without the date in their header. */
+    /** The bytes of every file in @p folder, without the time at which it was written, where the format has that. */
     QMap<QString, QByteArray> contents(const char* folder) const
     {
         constexpr int matHeaderText = 116;
+        constexpr int dateLength = 19;
         QMap<QString, QByteArray> contents;
         for (const QString& name : names(folder)) {
-            const QByteArray all = bytes(qPrintable(QLatin1String(folder) + QLatin1Char('/') + name));
-            contents[name] = name.endsWith(QStringLiteral(".mat")) ? all.mid(matHeaderText) : all;
+            QByteArray all = bytes(qPrintable(QLatin1String(folder) + QLatin1Char('/') + name));
+            const QByteArray exrDate = QByteArrayLiteral("capDate\0string\0");
+            const int date = all.indexOf(exrDate);
+            if (name.endsWith(QStringLiteral(".mat")))
+                all.remove(0, matHeaderText);
+            else if (name.endsWith(QStringLiteral(".exr")) && date >= 0)
+                all.remove(date + exrDate.size() + int(sizeof(qint32)), dateLength);
+            contents[name] = all;
         }
         return contents;
     }
