@@ -181,6 +181,17 @@ ExitCode serveAll(const QVector<BatchItem>& items, const BatchOptions& options, 
 
 }  // namespace
 
+InputAndOutput inputAndOutput(const std::vector<std::string>& files)
+{
+    if (files.empty())
+        throw CLI::RequiredError("IN");
+    if (files.size() < 2)
+        throw CLI::ValidationError("OUT is required (or --out-dir, to serve many files)");
+    if (files.size() > 2)
+        throw CLI::ValidationError("'" + files[2] + "' is one argument too many; --out-dir serves many files");
+    return {text(files[0]), text(files[1])};
+}
+
 void addBatchOptions(CLI::App& command, BatchOptions& options)
 {
     CLI::Option* folder =

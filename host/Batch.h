@@ -34,6 +34,15 @@ struct BatchWork {
     std::function<FileOutcome(const QString& input, const QString& output)> serve;
 };
 
+/** What a command line names where it is no batch. */
+struct InputAndOutput {
+    QString input;
+    QString output;
+};
+
+/** The two files of a command that is no batch; throws what the parser throws when there are not two. */
+InputAndOutput inputAndOutput(const std::vector<std::string>& files);
+
 /** Adds the options of batches to @p command: --out-dir and what goes with it. */
 void addBatchOptions(CLI::App& command, BatchOptions& options);
 

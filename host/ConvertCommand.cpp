@@ -19,19 +19,11 @@ const QString commandName = QStringLiteral("convert");
 
 ExitCode convertOne(const ConvertRequest& request, Output& output)
 {
-    if (request.files.empty())
-        throw CLI::RequiredError("IN");
-    if (request.files.size() < 2)
-        throw CLI::ValidationError("OUT is required (or --out-dir, to convert many files)");
-    if (request.files.size() > 2)
-        throw CLI::ValidationError("'" + request.files[2]
-                                   + "' is one argument too many; --out-dir converts many files");
-    const QString from = text(request.files[0]);
-    const QString to = text(request.files[1]);
-    const QString refused = refusedConversion(request.options, from, to);
+    const InputAndOutput files = inputAndOutput(request.files);
+    const QString refused = refusedConversion(request.options, files.input, files.output);
     if (!refused.isEmpty())
         throw CLI::ValidationError(refused.toStdString());
-    return sayOutcome(convertFile(request.options, from, to), commandName, request.json, output);
+    return sayOutcome(convertFile(request.options, files.input, files.output), commandName, request.json, output);
 }
 
 ExitCode convertMany(const ConvertRequest& request, Output& output)

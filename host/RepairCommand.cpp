@@ -26,16 +26,9 @@ void refuse(const QString& reason)
 
 ExitCode repairOne(const RepairRequest& request, Output& output)
 {
-    if (request.files.empty())
-        throw CLI::RequiredError("IN");
-    if (request.files.size() < 2)
-        throw CLI::ValidationError("OUT is required (or --out-dir, to repair many files)");
-    if (request.files.size() > 2)
-        throw CLI::ValidationError("'" + request.files[2] + "' is one argument too many; --out-dir repairs many files");
-    const QString from = text(request.files[0]);
-    const QString to = text(request.files[1]);
-    refuse(refusedRepair(request.options, from, to));
-    return sayOutcome(repairFile(request.options, from, to), commandName, request.json, output);
+    const InputAndOutput files = inputAndOutput(request.files);
+    refuse(refusedRepair(request.options, files.input, files.output));
+    return sayOutcome(repairFile(request.options, files.input, files.output), commandName, request.json, output);
 }
 
 ExitCode repairMany(const RepairRequest& request, Output& output)

@@ -28,6 +28,7 @@ private slots:
     void shardsSeeCollisionsOfTheWholeList();
     void theFolderCannotBeMade();
     void picturesAreDrawn();
+    void capturesAreRepaired();
     void quietShowsNoProgress();
 
 private:
@@ -258,6 +259,7 @@ void BatchTest::aRunThatMakesNoSenseTouchesNothing_data()
     row("no folder", "convert c1.tif c2.tif --to mat", "--out-dir");
     row("jobs without a folder", "convert c1.tif no.mat --jobs 2", "--out-dir");
     row("no jobs", "convert c1.tif --out-dir no --to mat --jobs 0", "--jobs");
+    row("a repair in place", "repair c1.tif --out-dir . --low 0", "'./c1.tif' would replace 'c1.tif'");
     row("a plot of each", "preview c1.tif --out-dir no --histogram", "--histogram");
     row("a sheet of each", "preview c1.tif --out-dir no --contact-sheet", "--contact-sheet");
 }
@@ -309,6 +311,26 @@ void BatchTest::picturesAreDrawn()
     QVERIFY(m_files.bytes("one.png") == m_files.bytes("drawn/c1.png"));
     QCOMPARE(m_files.run("orn preview c1.tif --out-dir drawn --to .tif --quiet").code, 0);
     QCOMPARE(m_files.load(QStringLiteral("drawn/c1.tif")).image->channels, 3);
+}
+
+void BatchTest::capturesAreRepaired()
+{
+    const ProgramRun run = m_files.run("orn repair --high 16383 c1.tif c2.tif none.tif --out-dir repaired --quiet");
+    QCOMPARE(run.code, 1);
+    QCOMPARE(run.out, QStringLiteral("2 repaired, 1 failed\n"));
+    QCOMPARE(m_files.names("repaired"), (QStringList{QStringLiteral("c1.tif"), QStringLiteral("c2.tif")}));
+    const Loaded before = m_files.load(QStringLiteral("c1.tif"));
+    const Loaded after = m_files.load(QStringLiteral("repaired/c1.tif"));
+    int high = 0;
+    for (int y = 0; y < 30; ++y)
+        for (int x = 0; x < 40; ++x) {
+            const bool isHigh = sampleAt<quint16>(before.image.image(), x, y) == 16383;
+            high += isHigh;
+            QVERIFY(sampleAt<quint16>(after.image.image(), x, y) < 16383);
+            QVERIFY(isHigh
+                    || sampleAt<quint16>(after.image.image(), x, y) == sampleAt<quint16>(before.image.image(), x, y));
+        }
+    QVERIFY(high > 0);
 }
 
 void BatchTest::quietShowsNoProgress()

@@ -95,7 +95,7 @@ void RepairBatchTest::filesOfAllAreRefused_data()
     QTest::newRow("nothing to do") << "--out-dir no"
                                    << "nothing says what to repair";
     QTest::newRow("no folder") << "--low 0"
-                               << "one argument too many; --out-dir repairs many files";
+                               << "one argument too many; --out-dir serves many files";
 }
 
 void RepairBatchTest::filesOfAllAreRefused()
