@@ -29,10 +29,13 @@ bool fail(ep::SxFileError& error, ep::ExFileError kind, const QString& reason)
     return false;
 }
 
-/** Reads numbers off the front of a line. */
+/** Reads numbers off the front of a line, which it keeps. */
 class Numbers {
 public:
-    explicit Numbers(const QByteArray& line) : m_next(line.constBegin()), m_end(line.constEnd()) { skipBlanks(); }
+    explicit Numbers(const QByteArray& line) : m_line(line), m_next(m_line.constBegin()), m_end(m_line.constEnd())
+    {
+        skipBlanks();
+    }
 
     bool isAtEnd() const { return m_next == m_end; }
     /** False when no whole number from @p least to @p most comes next. */
@@ -54,6 +57,7 @@ private:
             ++m_next;
     }
 
+    const QByteArray m_line;
     const char* m_next;
     const char* m_end;
 };
