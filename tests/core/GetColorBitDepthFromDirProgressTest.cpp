@@ -21,7 +21,6 @@ public:
         ++openedDumps();
         return DumpLoader::open();
     }
-    QList<QPair<QString, int>> formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
 };
 
 class GetColorBitDepthFromDirProgressTest : public QObject {

@@ -23,7 +23,6 @@ public:
         ++openedDumps();
         return DumpLoader::open();
     }
-    QList<QPair<QString, int>> formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
 };
 
 class GetColorBitDepthFromDirTest : public QObject {

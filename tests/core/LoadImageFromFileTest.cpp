@@ -16,7 +16,6 @@ class DumpReader : public testing::DumpLoader {
     Q_OBJECT
 public:
     Q_INVOKABLE DumpReader() = default;
-    QList<QPair<QString, int>> formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
 };
 
 /** Writes dumps, and keeps the options that it was given. */
@@ -24,7 +23,6 @@ class DumpWriter : public testing::DumpSaver {
     Q_OBJECT
 public:
     Q_INVOKABLE DumpWriter() = default;
-    QList<QPair<QString, int>> formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
     void setOptions(const QMap<QString, QVariant>& options) override { s_options = options; }
 
     static inline QMap<QString, QVariant> s_options;

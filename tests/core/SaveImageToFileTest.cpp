@@ -14,7 +14,6 @@ class DumpReader : public testing::DumpLoader {
     Q_OBJECT
 public:
     Q_INVOKABLE DumpReader() = default;
-    QList<QPair<QString, int>> formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
 };
 
 /** Writes dumps. */
@@ -22,7 +21,6 @@ class DumpWriter : public testing::DumpSaver {
     Q_OBJECT
 public:
     Q_INVOKABLE DumpWriter() = default;
-    QList<QPair<QString, int>> formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
 };
 
 class SaveImageToFileTest : public QObject {

@@ -125,7 +125,6 @@ class LowSaver : public AskedSaver {
     Q_CLASSINFO("CustomName", "low saver")
 public:
     Q_INVOKABLE LowSaver() = default;
-    Formats formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
 };
 
 class HighSaver : public AskedSaver {

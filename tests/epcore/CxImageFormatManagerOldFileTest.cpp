@@ -38,7 +38,6 @@ class DumpWriter : public testing::DumpSaver {
     Q_OBJECT
 public:
     Q_INVOKABLE DumpWriter() = default;
-    Formats formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
 };
 
 /** Writes dumps and never looks whether that worked. */

@@ -29,7 +29,6 @@ class PliantLoader : public testing::DumpLoader {
     Q_CLASSINFO("CustomName", "Pliant Loader")
 public:
     Q_INVOKABLE PliantLoader() = default;
-    QList<QPair<QString, int>> formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
     bool open() override
     {
         ++asked;

@@ -23,7 +23,6 @@ class DumpReader : public testing::DumpLoader {
     Q_OBJECT
 public:
     Q_INVOKABLE DumpReader() = default;
-    QList<QPair<QString, int>> formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
 };
 
 /** Writes dumps. */
@@ -31,7 +30,6 @@ class DumpWriter : public testing::DumpSaver {
     Q_OBJECT
 public:
     Q_INVOKABLE DumpWriter() = default;
-    QList<QPair<QString, int>> formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
 };
 
 class CxImageFormatManagerThreadsTest : public QObject {

@@ -20,14 +20,12 @@ using ep::CxScopedBuffer;
 using ep::ExFileError;
 using ep::SxFileError;
 using Manager = ep::CxImageFormatManager;
-using Formats = QList<QPair<QString, int>>;
 
 /** Reads dumps and remembers the options. */
 class DumpReader : public testing::DumpLoader {
     Q_OBJECT
 public:
     Q_INVOKABLE DumpReader() = default;
-    Formats formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
     bool open() override
     {
         seenOptions = options();
@@ -42,7 +40,6 @@ class RememberingSaver : public testing::DumpSaver {
     Q_OBJECT
 public:
     Q_INVOKABLE RememberingSaver() = default;
-    Formats formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
     bool acceptsInterleavedChannels() const override { return acceptsInterleaved; }
     void setOptions(const QMap<QString, QVariant>& options) override { seenOptions = options; }
     bool saveImage(const ep::IxData* data) override

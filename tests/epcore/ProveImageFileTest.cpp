@@ -21,7 +21,6 @@ class DumpReader : public testing::DumpLoader {
     Q_OBJECT
 public:
     Q_INVOKABLE DumpReader() = default;
-    Formats formats() const override { return {{QStringLiteral("Dump (*.dump)"), 1}}; }
 };
 
 /** Writes dumps and then does to the file what the test says. */

@@ -27,7 +27,13 @@ inline qint64 dumpedBytes(const ep::SxImageInfo& image)
     return qint64(image.stride) * image.height * (image.layout == ep::LayoutPlanar ? image.channels : 1);
 }
 
-/** Reads what DumpSaver writes. A test derives from it, says formats() and spoils what it wants spoiled. */
+/** Files named *.dump. */
+inline QList<QPair<QString, int>> dumpFormat()
+{
+    return {{QStringLiteral("Dump (*.dump)"), 1}};
+}
+
+/** Reads what DumpSaver writes. A test derives from it and spoils what it wants spoiled. */
 class DumpLoader : public ep::IxImageDataLoader {
 public:
     bool open() override
@@ -53,6 +59,7 @@ public:
     int frameCount() const override { return 1; }
     QString fileName() const override { return m_name; }
     void setFileName(const QString& name) override { m_name = name; }
+    QList<QPair<QString, int>> formats() const override { return dumpFormat(); }
     ep::CxImageData* imageData(int) override
     {
         return m_data ? qobject_cast<ep::CxImageData*>(m_data->clone(0)) : nullptr;
@@ -71,7 +78,7 @@ private:
     std::unique_ptr<ep::CxImageData> m_data;
 };
 
-/** Writes the image record and the samples as they lie. A test derives from it and says formats(). */
+/** Writes the image record and the samples as they lie. A test derives from it. */
 class DumpSaver : public ep::IxImageDataSaver {
 public:
     bool saveImage(const ep::IxData* data) override
@@ -88,6 +95,7 @@ public:
     void setFileName(const QString& name) override { m_name = name; }
     QString fileName() const override { return m_name; }
     void setOptions(const QMap<QString, QVariant>&) override {}
+    QList<QPair<QString, int>> formats() const override { return dumpFormat(); }
 
 protected:
     bool fail(ep::ExFileError kind, const QString& reason)
