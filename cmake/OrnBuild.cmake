@@ -102,6 +102,9 @@ function(orn_add_test file)
     target_link_libraries(${target} PRIVATE Qt5::Test ep_internal orn_testing ${arg_LIBRARIES})
     orn_apply_house_rules(${target})
     target_precompile_headers(${target} REUSE_FROM test_headers)
+    # Tests include their own .moc, so that this file holds nothing, and needs none of the headers.
+    set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${target}_autogen/mocs_compilation.cpp
+        PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
     set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     add_test(NAME ${target} COMMAND ${target})
     if(target IN_LIST thread_tests)

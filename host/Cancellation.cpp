@@ -32,10 +32,10 @@ void openNoMoreFiles()
 }
 
 /** A thread may do what a signal handler may not, so it is a thread that the signals go to. */
-[[noreturn]] void waitForSignal(const sigset_t& signals)
+[[noreturn]] void waitForSignal(const sigset_t& interrupts)
 {
     int signal = 0;
-    while (sigwait(&signals, &signal) != 0 || InterruptHandler::takesInterrupt())
+    while (sigwait(&interrupts, &signal) != 0 || InterruptHandler::takesInterrupt())
         continue;
     isInterrupted = true;
     openNoMoreFiles();
@@ -47,17 +47,17 @@ void openNoMoreFiles()
 
 void endCleanlyOnSignals()
 {
-    sigset_t signals;
-    sigemptyset(&signals);
+    sigset_t interrupts;
+    sigemptyset(&interrupts);
     for (int signal : {SIGINT, SIGTERM, SIGHUP})
         if (!isIgnored(signal))
-            sigaddset(&signals, signal);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+            sigaddset(&interrupts, signal);
+    pthread_sigmask(SIG_BLOCK, &interrupts, nullptr);
     try {
-        std::thread([signals] { waitForSignal(signals); }).detach();
+        std::thread([interrupts] { waitForSignal(interrupts); }).detach();
     } catch (const std::system_error&) {
         // Without the thread, the signals do what they always do.
-        pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+        pthread_sigmask(SIG_UNBLOCK, &interrupts, nullptr);
     }
 }
 
