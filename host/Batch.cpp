@@ -35,7 +35,7 @@ public:
     void stop();
     /** Waits for the end of all work, or for stop(). @return whether it was that */
     bool waitForStop();
-    void wait() { m_pool.waitForDone(); }
+    void wait();
 
 private:
     const BatchItem* takeNext();
@@ -75,6 +75,14 @@ bool Workers::waitForStop()
     std::unique_lock<std::mutex> lock(m_mutex);
     m_change.wait(lock, [this] { return m_isStopped || m_atWork == 0; });
     return m_isStopped;
+}
+
+void Workers::wait()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_change.wait(lock, [this] { return m_atWork == 0; });
+    lock.unlock();
+    m_pool.waitForDone();
 }
 
 const BatchItem* Workers::takeNext()

@@ -1,10 +1,15 @@
 #include "FitsFile.h"
 
+#include <mutex>
+
 namespace ep {
 namespace fits {
 
 FitsFile FitsFile::open(const QFile& file, int mode)
 {
+    // By itself, cfitsio looks at what one thread is getting ready without its lock.
+    static std::once_flag isReady;
+    std::call_once(isReady, fits_init_cfitsio);
     const QByteArray path = "/proc/self/fd/" + QByteArray::number(file.handle());
     fitsfile* handle = nullptr;
     int status = 0;

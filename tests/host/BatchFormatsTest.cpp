@@ -23,7 +23,10 @@ const Kind kinds[] = {
     {"pam", ep::DataTypeUInt16, 4, false}, {"pfm", ep::DataTypeFloat, 3, false},  {"png", ep::DataTypeUInt16, 1, true},
     {"png", ep::DataTypeUInt8, 3, false},  {"jpg", ep::DataTypeUInt8, 3, false},  {"exr", ep::DataTypeFloat, 3, false},
     {"bmp", ep::DataTypeUInt8, 3, false},  {"tga", ep::DataTypeUInt8, 3, false},  {"dpx", ep::DataTypeUInt16, 3, false},
-    {"hdr", ep::DataTypeFloat, 3, false},  {"webp", ep::DataTypeUInt8, 3, false}, {"jp2", ep::DataTypeUInt8, 3, false},
+    {"hdr", ep::DataTypeFloat, 3, false},  {"webp", ep::DataTypeUInt8, 3, false},
+#ifndef __SANITIZE_THREAD__  // a build with this sanitizer does not find out that it can be written
+    {"jp2", ep::DataTypeUInt8, 3, false},
+#endif
 };
 
 constexpr int fileCount = 200;

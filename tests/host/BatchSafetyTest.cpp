@@ -184,6 +184,9 @@ void BatchSafetyTest::aSecondInterruptEndsAtOnce()
 
 void BatchSafetyTest::anInterruptIsSeenBehindAFullPipe()
 {
+#ifdef __SANITIZE_THREAD__
+    QSKIP("the sanitizer flushes all streams before it lets a program end");
+#endif
     // Nobody reads what is said, so that whoever speaks waits for ever.
     const QByteArray pipe = QFile::encodeName(m_files.path("pipe"));
     QVERIFY(::mkfifo(pipe.constData(), 0600) == 0);

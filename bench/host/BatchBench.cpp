@@ -1,0 +1,105 @@
+// Forty captures of 6 megapixels through the program: two jobs against one, in whole runs.
+
+#include <ep/epcore.h>
+
+#include <benchmark/benchmark.h>
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <cstring>
+#include <random>
+
+namespace {
+
+using Manager = ep::CxImageFormatManager;
+
+constexpr int captures = 40;
+
+/** Twelve noisy bits over a gradient, as a camera gives them. */
+ep::CxScopedBuffer scene()
+{
+    ep::CxScopedBuffer mosaic;
+    mosaic->width = 3000;
+    mosaic->height = 2000;
+    mosaic->channels = 1;
+    mosaic->bitDepth = 12;
+    mosaic->dataType = ep::DataTypeUInt16;
+    mosaic->bayerGrid = ep::BayerGridRGGB;
+    mosaic->patternWidth = mosaic->patternHeight = 2;
+    if (ep::failed(mosaic.allocate()))
+        return mosaic;
+    std::mt19937 random(1);
+    auto* row = static_cast<char*>(mosaic->data);
+    for (int y = 0; y < mosaic->height; ++y, row += mosaic->stride)
+        for (int x = 0; x < mosaic->width; ++x) {
+            const auto sample = static_cast<quint16>(unsigned(x) + (random() & 63));
+            std::memcpy(row + 2 * x, &sample, sizeof(sample));
+        }
+    return mosaic;
+}
+
+/** Seconds that a run with so many jobs takes; negative when it failed. */
+double secondsOf(const QDir& folder, const QStringList& command, int jobs)
+{
+    QDir(folder.filePath(QStringLiteral("out"))).removeRecursively();
+    QStringList arguments = command;
+    arguments << QStringLiteral("--quiet") << QStringLiteral("--jobs") << QString::number(jobs)
+              << QStringLiteral("--out-dir") << folder.filePath(QStringLiteral("out"));
+    for (int i = 0; i < captures; ++i)
+        arguments << folder.filePath(QStringLiteral("%1.dng").arg(i));
+    QElapsedTimer timer;
+    timer.start();
+    constexpr double millisecond = 0.001;
+    return QProcess::execute(QStringLiteral(ORN_PROGRAM), arguments) == 0 ? timer.elapsed() * millisecond : -1;
+}
+
+void twoJobsAgainstOne(benchmark::State& state, const QStringList& command)
+{
+    const QTemporaryDir temporary;
+    const QDir folder(temporary.path());
+    const QString first = folder.filePath(QStringLiteral("0.dng"));
+    bool isReady = Manager::saveImageToFile(first, scene().image(), nullptr, nullptr, false, QString());
+    for (int i = 1; i < captures; ++i)
+        isReady = isReady && QFile::copy(first, folder.filePath(QStringLiteral("%1.dng").arg(i)));
+    if (!isReady)
+        return state.SkipWithError("the captures could not be made");
+    double one = 0;
+    double two = 0;
+    for (auto _ : state) {
+        const double secondsOfOne = secondsOf(folder, command, 1);
+        const double secondsOfTwo = secondsOf(folder, command, 2);
+        if (secondsOfOne < 0 || secondsOfTwo < 0)
+            return state.SkipWithError("the program failed");
+        one += secondsOfOne;
+        two += secondsOfTwo;
+    }
+    const auto runs = static_cast<double>(state.iterations());
+    state.counters["one_job_s"] = one / runs;
+    state.counters["two_jobs_s"] = two / runs;
+    state.counters["one_vs_two"] = one / two;
+}
+
+void convert(benchmark::State& state)
+{
+    twoJobsAgainstOne(state, {QStringLiteral("convert"), QStringLiteral("--to"), QStringLiteral("mat")});
+}
+BENCHMARK(convert)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+void compress(benchmark::State& state)
+{
+    twoJobsAgainstOne(state, {QStringLiteral("convert"), QStringLiteral("--to"), QStringLiteral("tif"),
+                              QStringLiteral("--compression"), QStringLiteral("deflate")});
+}
+BENCHMARK(compress)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
+
+void preview(benchmark::State& state)
+{
+    twoJobsAgainstOne(state, {QStringLiteral("preview"), QStringLiteral("--to"), QStringLiteral("jpg")});
+}
+BENCHMARK(preview)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
+
+}  // namespace
