@@ -36,8 +36,9 @@ void BatchesPageTest::initTestCase()
                                                           mosaic.image(), &metadata, nullptr, false, QString()));
     }
     QVERIFY(writeFile(m_folder.filePath(QStringLiteral("captures/broken.dng")), "broken"));
-    // Called as ssh is: "ssh HOST -- COMMAND".
+    // Called as ssh is: "ssh HOST -- COMMAND". A host sets the user's shell, which parallel hands its commands to.
     QVERIFY(writeFile(m_folder.filePath(QStringLiteral("ssh")), "#!/bin/sh\n"
+                                                                "export SHELL=/bin/sh\n"
                                                                 "echo \"$1\" >> \"$HOSTS\"\n"
                                                                 "shift\n"
                                                                 "[ \"$1\" != -- ] || shift\n"
