@@ -26,16 +26,12 @@ unsigned int Transpose(const SxImageBuf& source, SxImageBuf& destination)
     if (!isTransposed(source, destination))
         return StatusGeometryMismatch;
 
+    // A packed pixel is moved as one; pixels of sizes that no kernel has are moved channel by channel.
     const qint32 bytes = sampleFacts(source.dataType).bytes;
-    if (source.layout == LayoutPlanar) {
-        for (qint32 channel = 0; channel < source.channels; ++channel)
-            internal::transposePlane(bytes, internal::planeView(source, channel),
-                                     internal::planeView(destination, channel));
-    } else {
-        internal::transposePlanes(
-            bytes, source.channels, [&](qint32 channel) { return internal::planeView(source, channel); },
-            [&](qint32 channel) { return internal::planeView(destination, channel); });
-    }
+    const bool asPixels = source.layout == LayoutPacked && internal::canTranspose(bytes * source.channels);
+    for (qint32 channel = 0; channel < (asPixels ? 1 : source.channels); ++channel)
+        internal::transposePlane(asPixels ? bytes * source.channels : bytes, internal::planeView(source, channel),
+                                 internal::planeView(destination, channel));
     return StatusOk;
 }
 
