@@ -4,51 +4,19 @@
  */
 #pragma once
 
+#include "InvalidSamples.h"
 #include "RandomDraws.h"
+#include "RepairRecords.h"
+#include "RingCell.h"
 
-#include <orn/InvalidPixel.h>
-
-#include <ep/ChannelIndexLogicalToPhysical.h>
 #include <ep/internal/CheckedSize.h>
 #include <ep/internal/PlaneView.h>
 #include <ep/internal/SampleVisitor.h>
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
 namespace orn {
-
-/** Where a slot of a ring lies, seen from the ring's centre. */
-struct RingCell {
-    qint64 dx;
-    qint64 dy;
-};
-
-/** Cells of the square ring of @p radius. */
-inline qint64 ringCellCount(qint64 radius)
-{
-    return 8 * radius;
-}
-
-/**
- * Slot @p slot of the ring of @p radius. Slots run down the columns, the columns from left to right:
- * @verbatim
- *   radius 1    0 3 5
- *               1   6
- *               2 4 7
- * @endverbatim
- */
-inline RingCell ringCell(qint64 radius, qint64 slot)
-{
-    const qint64 side = 2 * radius + 1;
-    if (slot < side)
-        return {-radius, slot - radius};
-    const qint64 inner = slot - side;  // of the columns between the sides, which have two cells each
-    if (inner < 2 * (side - 2))
-        return {1 - radius + inner / 2, inner % 2 == 0 ? -radius : radius};
-    return {radius, inner - 2 * (side - 2) - radius};
-}
 
 /** Which pixels a repair may read and write. Bytes past the mask's rows are not there, and admit. */
 class RepairMask {
@@ -62,6 +30,13 @@ public:
     {
         const qint64 offset = row * m_stride + column;
         return offset < 0 || offset >= m_size || m_bytes[offset] != 0;
+    }
+    /** Has the processor bring up the memory that admits() will ask for. */
+    Q_ALWAYS_INLINE void fetch(qint64 row, qint64 column) const
+    {
+        const qint64 offset = row * m_stride + column;
+        if (offset >= 0 && offset < m_size)
+            __builtin_prefetch(m_bytes + offset);
     }
 
 private:
@@ -79,99 +54,91 @@ class SampleRepair {
 public:
     SampleRepair(ep::SxImageBuf& image, const ep::SxImageBuf& mask, const bool* const* levelsToRepair,
                  QVector<InvalidPixel>* records)
-        : m_image(image), m_mask(mask, image.height), m_invalid(levelsToRepair), m_records(records),
-          m_sources(static_cast<std::size_t>(std::max(image.channels, 0)), Unknown)
+        : m_image(image), m_mask(mask, image.height), m_invalid(levelsToRepair), m_records(image, records)
     {
         // A type of no size is read as the samples that it is repaired as.
         m_image.dataType = sizeof(Sample) == 1 ? ep::DataTypeUInt8 : ep::DataTypeUInt16;
+        for (qint32 c = 0; c < image.channels; ++c)
+            m_channels.push_back({ep::internal::planeView(m_image, c), levelsToRepair[c], Unknown});
     }
 
     void run()
     {
-        const qint32 channels = m_image.layout == ep::LayoutPlanar ? 1 : m_image.channels;
+        if (m_image.width < 1 || m_image.height < 1 || m_image.channels < 1)
+            return;
+        const bool isPlanar = m_image.layout == ep::LayoutPlanar;
         for (qint32 plane = 0; plane < ep::internal::storedPlaneCount(m_image); ++plane)
-            for (qint32 y = 0; y < m_image.height; ++y)
-                repairRow({ep::internal::planeView(m_image, plane).row(y), y, plane, channels});
+            repairRows(plane, isPlanar ? 1 : m_image.channels);
     }
 
 private:
     enum Sources : char { Unknown, None, Some };
 
-    bool isInvalid(const unsigned char* sample, qint32 channel) const
-    {
-        return m_invalid[channel][ep::internal::loadSample<Sample>(sample)];
-    }
+    struct Channel {
+        ep::internal::PlaneView plane;
+        const bool* invalid;
+        Sources sources;
 
-    static constexpr qint32 blockLength = 16;
-
-    /** Samples of a row that may have to be repaired: of one plane, or of all channels of a packed image. */
-    struct Row {
-        const unsigned char* samples;
-        qint32 y;
-        qint32 firstChannel;
-        qint32 channels;
+        bool isInvalid(const unsigned char* sample) const { return invalid[ep::internal::loadSample<Sample>(sample)]; }
     };
 
-    void repairRow(const Row& row)
+    /** Repairs a plane, or all channels of a packed image. */
+    void repairRows(qint32 firstChannel, qint32 channels)
     {
-        qint32 x = 0;
-        for (; m_image.width - x >= blockLength; x += blockLength)
-            if (hasInvalid(row, x))
-                repairPixels(row, x, x + blockLength);
-        repairPixels(row, x, m_image.width);
-    }
-
-    /** True when any sample of a block of pixels is invalid: without a branch per sample, as hardly any is. */
-    bool hasInvalid(const Row& row, qint32 firstX) const
-    {
-        const std::ptrdiff_t pixelBytes = static_cast<std::ptrdiff_t>(sizeof(Sample)) * row.channels;
-        const unsigned char* sample = row.samples + firstX * pixelBytes;
-        bool any = false;
-        for (qint32 c = 0; c < row.channels; ++c, sample += sizeof(Sample))
-            for (std::ptrdiff_t x = 0; x < blockLength; ++x)
-                any |= isInvalid(sample + x * pixelBytes, row.firstChannel + c);
-        return any;
-    }
-
-    void repairPixels(const Row& row, qint32 firstX, qint32 pastX)
-    {
-        // Invalid samples are noted first, without a branch as well: no repair changes whether another one is invalid.
-        std::array<qint64, blockLength> invalid;
-        const qint64 pastSample = static_cast<qint64>(pastX) * row.channels;
-        qint32 c = 0;
-        for (qint64 first = static_cast<qint64>(firstX) * row.channels; first < pastSample; first += blockLength) {
-            std::size_t count = 0;
-            for (qint64 i = first; i < std::min(first + blockLength, pastSample); ++i) {
-                invalid[count] = i;
-                count += isInvalid(row.samples + i * static_cast<qint64>(sizeof(Sample)), row.firstChannel + c);
-                c = c + 1 == row.channels ? 0 : c + 1;
+        const ep::internal::ConstPlaneView plane = m_channels[static_cast<std::size_t>(firstChannel)].plane;
+        InvalidSamples<Sample> invalid(m_invalid + firstChannel, channels, levelsOf(m_image.bitDepth), m_image.width);
+        for (qint32 y = 0; y < m_image.height; ++y)
+            for (qint64 x = 0; x < m_image.width; x += invalid.piece()) {
+                const auto pixels = static_cast<qint32>(std::min<qint64>(invalid.piece(), m_image.width - x));
+                const auto fetch = [&](qint32 at) __attribute__((always_inline))
+                {
+                    fetchAround(plane, x + at, y);
+                };
+                // All are found before any is repaired: no repair changes whether another sample of the row is invalid.
+                for (const qint32 found : invalid.find(plane.sample(x, y), pixels, fetch))
+                    repairIfAdmitted(static_cast<qint32>(x + found / channels), y, firstChannel + found % channels,
+                                     x * channels + found);
             }
-            for (std::size_t k = 0; k < count; ++k)
-                repairIfAdmitted(row, invalid[k]);
-        }
     }
 
-    /** The mask byte of the sample itself moves on with every sample, not with every pixel. */
-    void repairIfAdmitted(const Row& row, qint64 sample)
+    /** How many flags the tables have at least; a sample can be larger than the depth tells. */
+    static qint32 levelsOf(qint32 bitDepth)
     {
-        if (m_mask.admits(row.y, sample))
-            repairSample(static_cast<qint32>(sample / row.channels), row.y,
-                         row.firstChannel + static_cast<qint32>(sample % row.channels));
+        constexpr qint32 bits = 8 * sizeof(Sample);
+        return bitDepth < 0 ? 0 : 1 << std::min(bitDepth, bits);
     }
 
-    void repairSample(qint32 x, qint32 y, qint32 channel)
+    /**
+     * Has the memory brought up that a search there will read: invalid samples that lie far apart wait for little else.
+     * Inlined by force: compilers take a function that does nothing else for one without effect, and drop its calls.
+     */
+    Q_ALWAYS_INLINE void fetchAround(const ep::internal::ConstPlaneView& plane, qint64 x, qint64 y) const
     {
-        if (!hasSource(channel))
-            return;
-        const ep::internal::PlaneView plane = ep::internal::planeView(m_image, channel);
+        for (qint64 row = y - 1; row <= y + 1; ++row)
+            m_mask.fetch(row, x);
+        if (y + 1 < plane.height)
+            __builtin_prefetch(plane.sample(x, y + 1));
+    }
+
+    /** The mask byte @p offset of the sample itself moves on with every sample, not with every pixel. */
+    void repairIfAdmitted(qint32 x, qint32 y, qint32 channel, qint64 offset)
+    {
+        if (m_mask.admits(y, offset) && hasSource(channel))
+            repairSample(x, y, channel);
+    }
+
+    void repairSample(qint32 x, qint32 y, qint32 number)
+    {
+        const Channel& channel = m_channels[static_cast<std::size_t>(number)];
         const qint64 reach = std::max({x, y, m_image.width - 1 - x, m_image.height - 1 - y});
         qint64 slotCount = 8;
         for (qint64 radius = 1; radius <= reach; ++radius) {
             const qint64 start = drawRandom() % slotCount;
-            if (const unsigned char* source = findInRing(plane, channel, x, y, radius, start)) {
+            if (const unsigned char* source = findInRing(channel, x, y, radius, start)) {
+                unsigned char* sample = channel.plane.sample(x, y);
                 const auto found = ep::internal::loadSample<Sample>(source);
-                record(x, y, channel, ep::internal::loadSample<Sample>(plane.sample(x, y)), found);
-                ep::internal::storeSample(plane.sample(x, y), found);
+                m_records.append(x, y, number, ep::internal::loadSample<Sample>(sample), found);
+                ep::internal::storeSample(sample, found);
                 return;
             }
             // 8, 16, 32, 48, 72, ...: from the third ring on more slots than cells, and the draws depend on their
@@ -182,66 +149,48 @@ private:
     }
 
     /** The first valid sample of the ring, from slot @p start on and once around; null when there is none. */
-    const unsigned char* findInRing(const ep::internal::ConstPlaneView& plane, qint32 channel, qint64 x, qint64 y,
-                                    qint64 radius, qint64 start) const
+    const unsigned char* findInRing(const Channel& channel, qint64 x, qint64 y, qint64 radius, qint64 start) const
     {
         const qint64 cells = ringCellCount(radius);
-        const qint64 first = start < cells ? start : 0;  // slots past the cells are empty
-        for (qint64 i = 0; i < cells; ++i) {
-            const qint64 slot = first + i;
-            const RingCell cell = ringCell(radius, slot < cells ? slot : slot - cells);
-            if (isSource(plane, channel, x + cell.dx, y + cell.dy))
-                return plane.sample(x + cell.dx, y + cell.dy);
+        qint64 slot = start < cells ? start : 0;  // slots past the cells are empty
+        for (qint64 left = cells; left > 0; --left) {
+            const RingCell cell = ringCell(radius, slot);
+            if (isSource(channel, x + cell.dx, y + cell.dy))
+                return channel.plane.sample(x + cell.dx, y + cell.dy);
+            slot = slot + 1 < cells ? slot + 1 : 0;
         }
         return nullptr;
     }
 
-    bool isSource(const ep::internal::ConstPlaneView& plane, qint32 channel, qint64 x, qint64 y) const
+    bool isSource(const Channel& channel, qint64 x, qint64 y) const
     {
-        return x >= 0 && y >= 0 && x < plane.width && y < plane.height && m_mask.admits(y, x)
-               && !isInvalid(plane.sample(x, y), channel);
+        return x >= 0 && y >= 0 && x < m_image.width && y < m_image.height && m_mask.admits(y, x)
+               && !channel.isInvalid(channel.plane.sample(x, y));
     }
 
-    /** False when no sample of @p channel is valid: every search would go through the whole image, in vain. */
-    bool hasSource(qint32 channel)
+    /** False when no sample of a channel is valid: every search would go through the whole image, in vain. */
+    bool hasSource(qint32 number)
     {
-        Sources& known = m_sources[static_cast<std::size_t>(channel)];
-        if (known == Unknown)
-            known = findAnySource(channel) ? Some : None;
-        return known == Some;
+        Channel& channel = m_channels[static_cast<std::size_t>(number)];
+        if (channel.sources == Unknown)
+            channel.sources = findAnySource(channel) ? Some : None;
+        return channel.sources == Some;
     }
 
-    bool findAnySource(qint32 channel) const
+    bool findAnySource(const Channel& channel) const
     {
-        const ep::internal::ConstPlaneView plane = ep::internal::planeView(m_image, channel);
-        for (qint64 y = 0; y < plane.height; ++y)
-            for (qint64 x = 0; x < plane.width; ++x)
-                if (isSource(plane, channel, x, y))
+        for (qint64 y = 0; y < m_image.height; ++y)
+            for (qint64 x = 0; x < m_image.width; ++x)
+                if (isSource(channel, x, y))
                     return true;
         return false;
-    }
-
-    /** Notes a repair. The record of a packed pixel grows by a pair with every one of its channels. */
-    void record(qint32 x, qint32 y, qint32 channel, Sample before, Sample after)
-    {
-        constexpr qint32 recordedChannels = 4;
-        if (!m_records || channel >= recordedChannels)
-            return;
-        const bool isPlanar = m_image.layout == ep::LayoutPlanar;
-        if (isPlanar || m_record.x != x || m_record.y != y)
-            m_record = {x, y, {}, {}};
-        const int slot = isPlanar ? channel : ep::ChannelIndexLogicalToPhysical(channel, m_image);
-        m_record.oldValues[slot] = before;
-        m_record.newValues[slot] = after;
-        m_records->append(m_record);
     }
 
     ep::SxImageBuf m_image;
     RepairMask m_mask;
     const bool* const* m_invalid;
-    QVector<InvalidPixel>* m_records;
-    std::vector<Sources> m_sources;
-    InvalidPixel m_record{};
+    RepairRecords m_records;
+    std::vector<Channel> m_channels;
 };
 
 }  // namespace orn

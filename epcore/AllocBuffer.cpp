@@ -2,6 +2,7 @@
 
 #include <ep/ExStatus.h>
 #include <ep/internal/BufferBookkeeping.h>
+#include <ep/internal/HugePages.h>
 #include <ep/internal/ImageCheck.h>
 
 #include <cstdint>
@@ -9,30 +10,20 @@
 #include <cstring>
 #include <limits>
 
-#if defined(Q_OS_LINUX)
-#include <sys/mman.h>
-#endif
-
 namespace ep {
 
 namespace {
 
-constexpr std::size_t smallAlignment = 64;                   // one cache line
-constexpr std::size_t hugePage = std::size_t(2) << 20;       // 2 MiB
-constexpr std::size_t hugeThreshold = std::size_t(4) << 20;  // below this the rounding costs more than it gains
-constexpr qint64 addressSpaceBytes = qint64(1) << 56;        // no 64-bit system gives a process more
+constexpr std::size_t smallAlignment = 64;             // one cache line
+constexpr qint64 addressSpaceBytes = qint64(1) << 56;  // no 64-bit system gives a process more
 
-// The first touch of a large image in small pages takes longer than most operations on it.
 void* allocateByDefault(std::size_t bytes)
 {
-    const bool large = bytes >= hugeThreshold;
+    const bool large = bytes >= internal::hugeThreshold;
     void* storage = nullptr;
-    if (posix_memalign(&storage, large ? hugePage : smallAlignment, bytes) != 0)
+    if (posix_memalign(&storage, large ? internal::hugePage : smallAlignment, bytes) != 0)
         return nullptr;
-#if defined(MADV_HUGEPAGE)
-    if (large)
-        madvise(storage, bytes, MADV_HUGEPAGE);  // advice only: a refusal changes nothing
-#endif
+    internal::adviseHugePages(storage, bytes);
     return storage;
 }
 

@@ -69,9 +69,10 @@ inline quint32 readOnce(const ep::SxImageBuf& image)
 /**
  * Runs @p work on an image of one channel, beside each run a reading of the image, and before each @p prepare, which
  * does not count. The counters are the nanoseconds per pixel and the ratio to the reading.
+ * @return the seconds of the work
  */
 template <typename Work, typename Prepare>
-void againstReading(benchmark::State& state, const ep::SxImageBuf& image, Work&& work, Prepare&& prepare)
+double againstReading(benchmark::State& state, const ep::SxImageBuf& image, Work&& work, Prepare&& prepare)
 {
     std::vector<double> worked;
     std::vector<double> read;
@@ -83,6 +84,7 @@ void againstReading(benchmark::State& state, const ep::SxImageBuf& image, Work&&
     }
     state.counters["ns/pixel"] = medianOf(worked) * 1e9 / (double(image.width) * image.height);
     state.counters["vs_read"] = medianOf(worked) / medianOf(read);
+    return medianOf(worked);
 }
 
 template <typename Work>

@@ -4,6 +4,8 @@
 
 #include <QtTest>
 
+#include <numeric>
+
 using namespace testing;
 
 namespace {
@@ -67,9 +69,8 @@ LevelTables makeTables(int channels, int levels, Damage damage)
 
 /** How many samples were repaired; -1 when repair and reference part. */
 template <typename T>
-int judge(ep::ExImageLayout layout, int channels, Damage damage, LevelTables& tables, uint seed)
+int judge(const Case& made, LevelTables& tables, uint seed)
 {
-    const Case made = makeCase<T>(layout, channels, damage, seed);
     ep::CxScopedBuffer repaired = copyOf(made.image.image());
     ep::CxScopedBuffer expected = copyOf(made.image.image());
     QVector<orn::InvalidPixel> records;
@@ -91,6 +92,10 @@ class SampleRepairTest : public QObject {
 private slots:
     void agreesWithTheReference_data();
     void agreesWithTheReference();
+    void repairsLongRows_data();
+    void repairsLongRows();
+    void takesTheLevelsAtTheEndsOfTheTable_data();
+    void takesTheLevelsAtTheEndsOfTheTable();
     void numbersTheCellsOfARing_data();
     void numbersTheCellsOfARing();
 };
@@ -122,13 +127,66 @@ void SampleRepairTest::agreesWithTheReference()
     const uint step = damage == Blob ? 11 : 1;
     qint64 repaired = 0;
     for (uint seed = damage == Blob ? uint(4 * bytes + 2 * layout + channels) % step : 0; seed < 1000; seed += step) {
-        const int count = bytes == 1
-                              ? judge<quint8>(ep::ExImageLayout(layout), channels, Damage(damage), tables, seed)
-                              : judge<quint16>(ep::ExImageLayout(layout), channels, Damage(damage), tables, seed);
+        const int count =
+            bytes == 1 ? judge<quint8>(makeCase<quint8>(ep::ExImageLayout(layout), channels, Damage(damage), seed),
+                                       tables, seed)
+                       : judge<quint16>(makeCase<quint16>(ep::ExImageLayout(layout), channels, Damage(damage), seed),
+                                        tables, seed);
         QVERIFY2(count >= 0, qPrintable(QStringLiteral("seed %1").arg(seed)));
         repaired += count;
     }
     QVERIFY(repaired > 1000);
+}
+
+void SampleRepairTest::repairsLongRows_data()
+{
+    QTest::addColumn<int>("layout");
+    QTest::addColumn<int>("width");
+    QTest::addColumn<int>("channels");
+    for (ep::ExImageLayout layout : allLayouts) {
+        QTest::addRow("30,000 pixels, layout %d", layout) << int(layout) << 30000 << 1;
+        QTest::addRow("7,000 pixels of 3 channels, layout %d", layout) << int(layout) << 7000 << 3;
+        QTest::addRow("90 pixels of 300 channels, layout %d", layout) << int(layout) << 90 << 300;
+    }
+}
+
+/** Rows of more samples than are looked through at a time. */
+void SampleRepairTest::repairsLongRows()
+{
+    QFETCH(int, layout);
+    QFETCH(int, width);
+    QFETCH(int, channels);
+    LevelTables tables = makeTables(channels, 1 << 16, Sparse);
+    Case made{randomImage(describe(ep::DataTypeUInt16, width, 3, channels, ep::ExImageLayout(layout), 3)),
+              ep::CxScopedBuffer()};
+    made.mask = maskOf(made.image.image());
+    QVERIFY(judge<quint16>(made, tables, 7) > 10);
+}
+
+void SampleRepairTest::takesTheLevelsAtTheEndsOfTheTable_data()
+{
+    QTest::addColumn<QVector<int>>("valid");
+    QTest::newRow("nothing is valid") << QVector<int>{};
+    QTest::newRow("the first level alone is valid") << QVector<int>{0};
+    QTest::newRow("the last level alone is valid") << QVector<int>{255};
+    QTest::newRow("the valid run ends with the table") << QVector<int>{3, 253, 254, 255};
+    QTest::newRow("the valid run begins with the table") << QVector<int>{0, 1, 2, 200};
+    QVector<int> all(256);
+    std::iota(all.begin(), all.end(), 0);
+    QTest::newRow("everything is valid") << all;
+}
+
+void SampleRepairTest::takesTheLevelsAtTheEndsOfTheTable()
+{
+    QFETCH(QVector<int>, valid);
+    LevelTables tables(1, 256);
+    for (int level = 0; level < 256; ++level)
+        tables[0][level] = !valid.contains(level);
+    Case made{randomImage(describe(ep::DataTypeUInt8, 200, 40)), ep::CxScopedBuffer()};
+    made.mask = maskOf(made.image.image());
+    const int repaired = judge<quint8>(made, tables, 7);
+    QVERIFY(repaired >= 0);
+    QCOMPARE(repaired > 0, !valid.isEmpty() && valid.size() < 256);
 }
 
 void SampleRepairTest::numbersTheCellsOfARing_data()
