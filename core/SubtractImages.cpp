@@ -8,6 +8,7 @@
 #include <ep/internal/ReadRow.h>
 #include <ep/internal/SampleVisitor.h>
 
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -15,12 +16,26 @@ namespace orn {
 
 namespace {
 
-template <typename Real>
+/** a - b, rounded once. */
+template <typename Number>
+double differenceOf(Number a, Number b)
+{
+    if constexpr (std::is_integral_v<Number>) {
+        // How far 64-bit integers are apart takes 64 bits itself, and is rounded alike with either sign.
+        const auto distance = static_cast<quint64>(a) - static_cast<quint64>(b);
+        return a < b ? -static_cast<double>(-distance) : static_cast<double>(distance);
+    } else {
+        return static_cast<double>(a - b);
+    }
+}
+
+/** Reads the samples as numbers of one type, row by row. */
+template <typename Number>
 bool subtract(const ep::SxImageBuf& a, const ep::SxImageBuf& b, ep::SxImageBuf& difference)
 {
     using ep::internal::planeView;
-    std::vector<Real> rowA(static_cast<std::size_t>(a.width));
-    std::vector<Real> rowB(rowA.size());
+    std::vector<Number> rowA(static_cast<std::size_t>(a.width));
+    std::vector<Number> rowB(rowA.size());
     for (qint32 channel = 0; channel < a.channels; ++channel) {
         for (qint32 y = 0; y < a.height; ++y) {
             if (!ep::internal::readRow(planeView(a, channel), a.dataType, y, rowA.data())
@@ -28,10 +43,19 @@ bool subtract(const ep::SxImageBuf& a, const ep::SxImageBuf& b, ep::SxImageBuf& 
                 return false;
             unsigned char* to = planeView(difference, channel).row(y);
             for (std::size_t x = 0; x < rowA.size(); ++x)
-                ep::internal::storeSample(to + x * sizeof(double), static_cast<double>(rowA[x] - rowB[x]));
+                ep::internal::storeSample(to + x * sizeof(double), differenceOf(rowA[x], rowB[x]));
         }
     }
     return true;
+}
+
+bool subtractSamples(const ep::SxImageBuf& a, const ep::SxImageBuf& b, ep::SxImageBuf& difference)
+{
+    if (!needsLongDouble(a) && !needsLongDouble(b))
+        return subtract<double>(a, b, difference);
+    if (a.dataType != b.dataType)
+        return subtract<long double>(a, b, difference);
+    return a.dataType == ep::DataTypeInt64 ? subtract<qint64>(a, b, difference) : subtract<quint64>(a, b, difference);
 }
 
 }  // namespace
@@ -52,8 +76,7 @@ unsigned int SubtractImages(const ep::SxImageBuf& a, const ep::SxImageBuf& b, ep
     const unsigned int status = made.allocate();
     if (ep::failed(status))
         return status;
-    const bool isLarge = needsLongDouble(a) || needsLongDouble(b);
-    if (!(isLarge ? subtract<long double>(a, b, made.image()) : subtract<double>(a, b, made.image())))
+    if (!subtractSamples(a, b, made.image()))
         return ep::StatusUnsupportedType;
     difference = std::move(made);
     return ep::StatusOk;

@@ -58,6 +58,7 @@ private slots:
     void splits();
     void splitsAnySize_data();
     void splitsAnySize();
+    void clearsBothBeforeItReads();
     void clearsAnUnknownLayout_data();
     void clearsAnUnknownLayout();
     void takesImagesWithoutSamples_data();
@@ -150,6 +151,31 @@ void SplitToPlusMinusTest::splitsAnySize()
             QCOMPARE(negative[i], samples[i] < 0 ? (width % 2 == 0 ? -samples[i] : samples[i]) : 0.0);
         }
     }
+}
+
+/** What images that share memory come to: all is cleared first, and then there is nothing to split. */
+void SplitToPlusMinusTest::clearsBothBeforeItReads()
+{
+    const Doubles samples{1, -2, -3, 4};
+    auto src = imageOf(planar, 1, 2, samples);
+    auto other = imageOf(planar, 1, 2, samples);
+    QVERIFY(orn::SplitToPlusMinus(src.image(), src.image(), other.image(), true));
+    QCOMPARE(samplesOf(src.image()), (Doubles{0, 0, 0, 0}));
+    QCOMPARE(samplesOf(other.image()), (Doubles{0, 0, 0, 0}));
+
+    src = imageOf(planar, 1, 2, samples);
+    QVERIFY(orn::SplitToPlusMinus(src.image(), other.image(), other.image(), true));
+    QCOMPARE(samplesOf(other.image()), (Doubles{1, 2, 3, 4}));
+
+    // The rows of the second output begin one below those of the first: none is cleared after it was written.
+    auto storage = imageOf(planar, 1, 1, Doubles{9, 9, 9, 9, 9});
+    src = imageOf(planar, 1, 1, samples);
+    ep::SxImageBuf plus = storage.image();
+    plus.height = 4;
+    ep::SxImageBuf minus = plus;
+    minus.data = static_cast<char*>(plus.data) + plus.stride;
+    QVERIFY(orn::SplitToPlusMinus(src.image(), plus, minus, true));
+    QCOMPARE(samplesOf(storage.image()), (Doubles{1, 0, 2, 4, 0}));
 }
 
 void SplitToPlusMinusTest::clearsAnUnknownLayout_data()

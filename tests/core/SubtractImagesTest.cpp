@@ -84,22 +84,35 @@ void SubtractImagesTest::subtractsAnyTypesAndLayouts()
 
 void SubtractImagesTest::subtracts64BitIntegers_data()
 {
+    QTest::addColumn<int>("type");
     QTest::addColumn<quint64>("a");
     QTest::addColumn<quint64>("b");
     QTest::addColumn<double>("difference");
+    const int u64 = ep::DataTypeUInt64;
+    const int i64 = ep::DataTypeInt64;
     const quint64 most = std::numeric_limits<quint64>::max();
-    QTest::newRow("neighbours that are the same double") << most << most - 1 << 1.0;
-    QTest::newRow("the other way round") << most - 1 << most << -1.0;
-    QTest::newRow("the largest difference") << most << quint64(0) << 18446744073709551616.0;
+    const quint64 mostSigned = most / 2;
+    const quint64 leastSigned = mostSigned + 1;
+    QTest::newRow("neighbours that are the same double") << u64 << most << most - 1 << 1.0;
+    QTest::newRow("the other way round") << u64 << most - 1 << most << -1.0;
+    QTest::newRow("the largest difference") << u64 << most << quint64(0) << 18446744073709551616.0;
+    QTest::newRow("the least difference") << u64 << quint64(0) << most << -18446744073709551616.0;
+    QTest::newRow("a tie goes to the even one") << u64 << (quint64(1) << 53) + 1 << quint64(0) << 9007199254740992.0;
+    QTest::newRow("a tie below zero too") << u64 << quint64(0) << (quint64(1) << 53) + 1 << -9007199254740992.0;
+    QTest::newRow("signed neighbours") << i64 << leastSigned << leastSigned + 1 << -1.0;
+    QTest::newRow("the largest difference of signed ones")
+        << i64 << mostSigned << leastSigned << 18446744073709551616.0;
+    QTest::newRow("the least difference of signed ones") << i64 << leastSigned << mostSigned << -18446744073709551616.0;
 }
 
 void SubtractImagesTest::subtracts64BitIntegers()
 {
+    QFETCH(int, type);
     QFETCH(quint64, a);
     QFETCH(quint64, b);
     QFETCH(double, difference);
-    auto from = randomImage(describe(ep::DataTypeUInt64, 1, 1));
-    auto what = randomImage(describe(ep::DataTypeUInt64, 1, 1));
+    auto from = randomImage(describe(ep::ExImageDataType(type), 1, 1));
+    auto what = randomImage(describe(ep::ExImageDataType(type), 1, 1));
     setSample(from.image(), 0, 0, 0, a);
     setSample(what.image(), 0, 0, 0, b);
     ep::CxScopedBuffer made;
