@@ -124,7 +124,7 @@ unsigned int inColors(const ep::SxImageBuf& picture, ep::CxScopedBuffer& colored
     const unsigned int status = colored.allocate();
     if (ep::failed(status))
         return status;
-    ep::internal::copyPlanes(1, colored->channels, picture.height, [&](qint32 channel) {
+    ep::internal::copyPlanes(1, colored->channels, [&](qint32 channel) {
         return ep::internal::PlanePair{planeView(picture, std::min(channel, picture.channels - 1)),
                                        planeView(colored.image(), channel)};
     });

@@ -37,14 +37,14 @@ unsigned int ConvertPackPixelToPlanar(const SxImageBuf& source, SxImageBuf& dest
     const internal::MosaicCell cell = internal::MosaicCell::ofPacked(source);
     const qint32 bytes = sampleFacts(source.dataType).bytes;
     if (sameGeometry(source, destination)) {
-        internal::copyPlanes(bytes, source.channels, source.height, [&](qint32 channel) {
+        internal::copyPlanes(bytes, source.channels, [&](qint32 channel) {
             return internal::PlanePair{internal::planeView(source, channel), internal::planeView(destination, channel)};
         });
         return StatusOk;
     }
     if (isSplit(source, cell, destination)) {
         const internal::ConstPlaneView mosaic = internal::planeView(source, 0);
-        internal::copyPlanes(bytes, destination.channels, destination.height, [&](qint32 plane) {
+        internal::copyPlanes(bytes, destination.channels, [&](qint32 plane) {
             return internal::PlanePair{cell.planeOf(mosaic, plane), internal::planeView(destination, plane)};
         });
         return StatusOk;

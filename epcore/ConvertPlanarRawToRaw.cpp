@@ -33,7 +33,7 @@ unsigned int ConvertPlanarRawToRaw(const SxImageBuf& source, SxImageBuf& destina
         return StatusGeometryMismatch;
 
     const internal::PlaneView mosaic = internal::planeView(destination, 0);
-    internal::copyPlanes(sampleFacts(source.dataType).bytes, source.channels, source.height, [&](qint32 plane) {
+    internal::copyPlanes(sampleFacts(source.dataType).bytes, source.channels, [&](qint32 plane) {
         return internal::PlanePair{internal::planeView(source, plane), cell.planeOf(mosaic, plane)};
     });
     return StatusOk;

@@ -4,13 +4,11 @@
  */
 #pragma once
 
+#include "RiffleSamples.h"
+
 #include <ep/internal/SampleVisitor.h>
 
 #include <cstddef>
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 namespace ep {
 namespace internal {
@@ -25,48 +23,9 @@ struct PixelBytes {
 template <typename T>
 constexpr std::ptrdiff_t squareEdge = 16 % sizeof(T) == 0 ? 16 / sizeof(T) : 8;
 
-#if defined(__SSE2__)
-
-/** Takes the samples of the lower halves of @p a and @p b in turns: a0 b0 a1 b1 ... */
-template <typename T>
-inline __m128i interleaveLow(__m128i a, __m128i b)
-{
-    if constexpr (sizeof(T) == 1)
-        return _mm_unpacklo_epi8(a, b);
-    else if constexpr (sizeof(T) == 2)
-        return _mm_unpacklo_epi16(a, b);
-    else if constexpr (sizeof(T) == 4)
-        return _mm_unpacklo_epi32(a, b);
-    else
-        return _mm_unpacklo_epi64(a, b);
-}
-
-/** As interleaveLow(), of the upper halves. */
-template <typename T>
-inline __m128i interleaveHigh(__m128i a, __m128i b)
-{
-    if constexpr (sizeof(T) == 1)
-        return _mm_unpackhi_epi8(a, b);
-    else if constexpr (sizeof(T) == 2)
-        return _mm_unpackhi_epi16(a, b);
-    else if constexpr (sizeof(T) == 4)
-        return _mm_unpackhi_epi32(a, b);
-    else
-        return _mm_unpackhi_epi64(a, b);
-}
-
-#endif
-
 /**
- * Transposes a square of squareEdge<T> rows, each of them one register. Interleaving every row with the one half a
- * square below it, log2(edge) times, brings each sample to its place; for an edge of 4:
- *
- * @verbatim
- *   a0 a1 a2 a3        a0 c0 a1 c1        a0 b0 c0 d0
- *   b0 b1 b2 b3   ->   a2 c2 a3 c3   ->   a1 b1 c1 d1
- *   c0 c1 c2 c3        b0 d0 b1 d1        a2 b2 c2 d2
- *   d0 d1 d2 d3        b2 d2 b3 d3        a3 b3 c3 d3
- * @endverbatim
+ * Transposes a square of squareEdge<T> rows, each of them one register: riffled as often as it takes to bring the
+ * second sample of the first row to the place of the first sample of the second.
  */
 template <typename T>
 inline void transposeSquare(const unsigned char* from, std::ptrdiff_t fromRow, unsigned char* to, std::ptrdiff_t toRow)
@@ -77,15 +36,7 @@ inline void transposeSquare(const unsigned char* from, std::ptrdiff_t fromRow, u
         __m128i rows[edge];
         for (std::ptrdiff_t i = 0; i < edge; ++i)
             rows[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i * fromRow));
-        for (std::ptrdiff_t stage = 1; stage < edge; stage *= 2) {
-            __m128i mixed[edge];
-            for (std::ptrdiff_t i = 0; i < edge / 2; ++i) {
-                mixed[2 * i] = interleaveLow<T>(rows[i], rows[i + edge / 2]);
-                mixed[2 * i + 1] = interleaveHigh<T>(rows[i], rows[i + edge / 2]);
-            }
-            for (std::ptrdiff_t i = 0; i < edge; ++i)
-                rows[i] = mixed[i];
-        }
+        riffle<T, rifflesFor(edge)>(rows);
         for (std::ptrdiff_t i = 0; i < edge; ++i)
             _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i * toRow), rows[i]);
         return;

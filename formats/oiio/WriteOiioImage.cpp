@@ -40,7 +40,7 @@ bool packed(const SxImageBuf& image, CxScopedBuffer& copy)
     if (failed(copy.allocate(true)))
         return false;
     copy->height = image.height;
-    internal::copyPlanes(sampleFacts(image.dataType).bytes, image.channels, image.height, [&](qint32 channel) {
+    internal::copyPlanes(sampleFacts(image.dataType).bytes, image.channels, [&](qint32 channel) {
         return internal::PlanePair{internal::planeView(image, ChannelIndexLogicalToPhysical(channel, image)),
                                    internal::planeView(copy.image(), channel)};
     });

@@ -4,61 +4,53 @@
  */
 #pragma once
 
+#include <ep/Export.h>
 #include <ep/internal/PlaneView.h>
-#include <ep/internal/SampleVisitor.h>
 
-#include <cstring>
+#include <algorithm>
 
 namespace ep {
 namespace internal {
 
-/** Copies row @p y of @p source to row @p y of @p destination; T has the size of a sample. */
-template <typename T>
-void copyRow(const ConstPlaneView& source, const PlaneView& destination, std::ptrdiff_t y)
-{
-    constexpr std::ptrdiff_t bytes = sizeof(T);
-    const unsigned char* from = source.row(y);
-    unsigned char* to = destination.row(y);
-    const std::ptrdiff_t width = source.width;
-    const std::ptrdiff_t fromStep = source.pixelStep;
-    const std::ptrdiff_t toStep = destination.pixelStep;
-    if (fromStep == bytes && toStep == bytes) {
-        std::memcpy(to, from, static_cast<std::size_t>(width * bytes));
-        return;
-    }
-    for (std::ptrdiff_t x = 0; x < width; ++x)
-        storeSample(to + x * toStep, loadSample<T>(from + x * fromStep));
-}
-
-/** Two views of one size between which samples move. */
+/** Two views of one size between which samples move; they must not overlap. */
 struct PlanePair {
     ConstPlaneView source;
     PlaneView destination;
 };
 
+/** So many planes are copied in one pass at most. */
+constexpr qint32 mostPlanesAtOnce = 64;
+
 /**
- * Copies @p count pairs of planes of @p height rows each, row by row across all pairs: the planes of one image share
- * rows, and a row stays in the cache until each plane has had its part of it.
+ * Copies 1 to mostPlanesAtOnce pairs of planes of one size in one pass over the rows; leaves @p pairs in any order.
+ *
+ * @param sampleBytes  1, 2, 4, 8 or 16; any other size does nothing
+ */
+EP_EXPORT void copyPlanesAtOnce(qint32 sampleBytes, PlanePair* pairs, qint32 count);
+
+/**
+ * Copies @p count pairs of planes of one size: the planes of one image share rows, and a row stays in the cache until
+ * each plane has had its part of it.
  *
  * @param pairAt gives the PlanePair of an index
  */
 template <typename PairAt>
-void copyPlanes(qint32 sampleBytes, qint32 count, qint32 height, PairAt&& pairAt)
+void copyPlanes(qint32 sampleBytes, qint32 count, PairAt&& pairAt)
 {
-    visitSampleSize(sampleBytes, [&](auto tag) {
-        using Sample = typename decltype(tag)::Type;
-        for (std::ptrdiff_t y = 0; y < height; ++y)
-            for (qint32 i = 0; i < count; ++i) {
-                const PlanePair pair = pairAt(i);
-                copyRow<Sample>(pair.source, pair.destination, y);
-            }
-    });
+    PlanePair pairs[mostPlanesAtOnce];
+    for (qint32 first = 0; first < count; first += mostPlanesAtOnce) {
+        const qint32 size = std::min(count - first, mostPlanesAtOnce);
+        for (qint32 i = 0; i < size; ++i)
+            pairs[i] = pairAt(first + i);
+        copyPlanesAtOnce(sampleBytes, pairs, size);
+    }
 }
 
 /** Copies every sample of @p source to its place in @p destination, a view of the same width and height. */
 inline void copyPlane(qint32 sampleBytes, const ConstPlaneView& source, const PlaneView& destination)
 {
-    copyPlanes(sampleBytes, 1, source.height, [&](qint32) { return PlanePair{source, destination}; });
+    PlanePair pair{source, destination};
+    copyPlanesAtOnce(sampleBytes, &pair, 1);
 }
 
 }  // namespace internal
