@@ -3,6 +3,7 @@
 #include "MatNames.h"
 #include "MatSampleTypes.h"
 #include "MatVariableWriter.h"
+#include "TransposeSplit.h"
 
 #include <ep/CxScopedBuffer.h>
 #include <ep/ExStatus.h>
@@ -102,7 +103,12 @@ bool writePlanes(mat_t* mat, const ep::SxImageBuf& image, const Work& work, cons
         return false;
     const qint32 sampleBytes = ep::sampleFacts(written.dataType).bytes;
     for (qint32 i = 0; i < written.channels; ++i) {
-        ep::internal::transposePlane(sampleBytes, work.plane(image, i), ep::internal::planeView(scratch.image(), 0));
+        const ConstPlaneView plane = work.plane(image, i);
+        const ep::internal::PlaneView transposed = ep::internal::planeView(scratch.image(), 0);
+        if (work.isSplit)
+            transposeSplit(sampleBytes, plane, transposed);
+        else
+            ep::internal::transposePlane(sampleBytes, plane, transposed);
         if (!writeVariable(mat, writtenPlaneName(written, name, raw, i), type.matClass, type.matType, written.width,
                            written.height, scratch->data))
             return false;

@@ -65,11 +65,13 @@ bool readEntropyPlanes(MatDirectory& directory, const QString& prefix, qint64 li
     ep::CxScopedBuffer loaded(image);
     loaded->channels = names.size();
     loaded->layout = names.size() > 1 ? ep::LayoutPlanar : ep::LayoutPacked;
-    if (!allocateImage(first, ep::DataTypeDouble, limit, loaded, error))
+    if (!describeImage(first, ep::DataTypeDouble, limit, loaded.image(), error) || !allocateImage(loaded, error))
         return false;
-    for (int i = 0; i < names.size(); ++i)
-        if (!readIntoPlane(directory, *directory.find(names[i]), limit, loaded.image(), i, error))
+    for (int i = 0; i < names.size(); ++i) {
+        const PlaneTarget target = {sizeof(double), ep::internal::planeView(loaded.image(), i)};
+        if (!readIntoPlane(directory, *directory.find(names[i]), limit, target, error))
             return false;
+    }
     ep::FreeBuffer(image);
     image = loaded.take();
     return true;

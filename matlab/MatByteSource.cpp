@@ -1,31 +1,60 @@
 #include "MatByteSource.h"
 
 #include <algorithm>
-#include <array>
+#include <cstring>
 
 namespace orn {
 namespace matlab {
 
 namespace {
 
-constexpr int inputBytes = 1 << 14;
 constexpr int scratchBytes = 1 << 14;
 
 }  // namespace
 
+bool MatFileSource::holds(qint64 count) const
+{
+    return m_position >= m_heldFrom && count <= m_heldFrom + m_heldBytes - m_position;
+}
+
+// What is sought far away is most likely a header alone; what follows nearby, one small variable after another.
+bool MatFileSource::hold(qint64 count)
+{
+    constexpr qint64 headerBytes = 512;
+    const qint64 heldEnd = m_heldFrom + m_heldBytes;
+    const bool isNear = m_position >= m_heldFrom && m_position < heldEnd + headerBytes;
+    const qint64 bytes = isNear ? static_cast<qint64>(m_held.size()) : std::max(count, headerBytes);
+    if (!m_file.seek(m_position))
+        return false;
+    m_heldFrom = m_position;
+    m_heldBytes = std::max<qint64>(m_file.read(m_held.data(), bytes), 0);
+    return holds(count);
+}
+
 bool MatFileSource::read(void* target, qint64 count)
 {
-    return m_file.read(static_cast<char*>(target), count) == count;
+    if (count > static_cast<qint64>(m_held.size())) {
+        const bool isRead = m_file.seek(m_position) && m_file.read(static_cast<char*>(target), count) == count;
+        m_position += count;
+        return isRead;
+    }
+    if (!holds(count) && !hold(count))
+        return false;
+    std::memcpy(target, m_held.data() + (m_position - m_heldFrom), static_cast<size_t>(count));
+    m_position += count;
+    return true;
 }
 
 bool MatFileSource::skip(qint64 count)
 {
-    return count <= m_file.size() - m_file.pos() && m_file.seek(m_file.pos() + count);
+    if (count > m_fileBytes - m_position)
+        return false;
+    m_position += count;
+    return true;
 }
 
-MatInflateSource::MatInflateSource(QFile& file, qint64 compressedBytes)
-    : m_file(file), m_left(compressedBytes), m_input(inputBytes, Qt::Uninitialized),
-      m_isOpen(inflateInit(&m_stream) == Z_OK)
+MatInflateSource::MatInflateSource(MatByteSource& stored, qint64 compressedBytes)
+    : m_stored(stored), m_left(compressedBytes), m_isOpen(inflateInit(&m_stream) == Z_OK)
 {
 }
 
@@ -37,8 +66,8 @@ MatInflateSource::~MatInflateSource()
 
 bool MatInflateSource::refill()
 {
-    const qint64 count = m_file.read(m_input.data(), std::min<qint64>(m_left, m_input.size()));
-    if (count <= 0)
+    const qint64 count = std::min<qint64>(m_left, static_cast<qint64>(m_input.size()));
+    if (count <= 0 || !m_stored.read(m_input.data(), count))
         return false;
     m_left -= count;
     m_stream.next_in = reinterpret_cast<Bytef*>(m_input.data());

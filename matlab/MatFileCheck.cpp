@@ -21,7 +21,7 @@ namespace {
 using ep::ExFileError;
 using ep::SxFileError;
 
-constexpr qint64 headerBytes = 128;
+constexpr int headerBytes = 128;
 constexpr qint64 tagBytes = 8;
 constexpr qint64 compressedBytes = 48 << 10;  // what matio keeps to read a compressed variable
 
@@ -36,10 +36,10 @@ struct Format {
     bool isSwapped = false;
 };
 
-Format readFormat(QFile& file)
+Format readFormat(MatByteSource& source)
 {
-    const QByteArray header = file.read(headerBytes);
-    if (header.size() < headerBytes)
+    QByteArray header(headerBytes, Qt::Uninitialized);
+    if (!source.read(header.data(), headerBytes))
         return {};
     const bool isLittle = header.endsWith("IM");
     if (!isLittle && !header.endsWith("MI"))
@@ -49,9 +49,9 @@ Format readFormat(QFile& file)
             isLittle != (Q_BYTE_ORDER == Q_LITTLE_ENDIAN)};
 }
 
-bool walkCompressed(QFile& file, qint64 bytes, MatElementWalk& walk)
+bool walkCompressed(MatByteSource& stored, qint64 bytes, MatElementWalk& walk)
 {
-    MatInflateSource source(file, bytes);
+    MatInflateSource source(stored, bytes);
     quint32 type, expanded;
     // What follows the matrix is of no use; it is expanded as far as its check sum can be.
     constexpr qint64 remainder = 64;
@@ -59,18 +59,18 @@ bool walkCompressed(QFile& file, qint64 bytes, MatElementWalk& walk)
            && walk.matrix(source, expanded) && source.drain(remainder);
 }
 
-SxFileError checkVersion5(QFile& file, bool isSwapped, qint64 memoryLimit)
+SxFileError checkVersion5(MatFileSource& source, bool isSwapped, qint64 memoryLimit)
 {
     MatElementWalk walk(isSwapped, memoryLimit);
-    MatFileSource source(file);
     qint64 next = headerBytes;
-    while (next < file.size()) {
+    while (next < source.fileBytes()) {
         quint32 type, bytes;
-        if (!file.seek(next) || !walk.tag(source, type, bytes) || bytes > file.size() - next - tagBytes)
+        source.seek(next);
+        if (!walk.tag(source, type, bytes) || bytes > source.fileBytes() - next - tagBytes)
             return unreadable(QStringLiteral("it ends in the middle of an element"));
         if (type != MAT_T_MATRIX && type != MAT_T_COMPRESSED)
             return unreadable(QStringLiteral("something stands where a variable should begin"));
-        const bool isSound = type == MAT_T_MATRIX ? walk.matrix(source, bytes) : walkCompressed(file, bytes, walk);
+        const bool isSound = type == MAT_T_MATRIX ? walk.matrix(source, bytes) : walkCompressed(source, bytes, walk);
         if (!isSound)
             return {walk.isTooLarge() ? ExFileError::TooLarge : ExFileError::Unreadable,
                     walk.reason().isEmpty() ? QStringLiteral("a compressed variable is damaged") : walk.reason()};
@@ -85,10 +85,10 @@ struct Version4Header {
 };
 
 // The type is 1000 M + 10 P + T: byte order, type of the numbers, kind of matrix.
-bool readVersion4Header(QFile& file, Version4Header& header)
+bool readVersion4Header(MatByteSource& source, Version4Header& header)
 {
     quint32 words[5];
-    if (file.read(reinterpret_cast<char*>(words), sizeof(words)) != sizeof(words))
+    if (!source.read(words, sizeof(words)))
         return false;
     constexpr quint32 highestType = 4052;
     if (words[0] > highestType)
@@ -111,18 +111,19 @@ qint64 version4SampleBytes(qint32 type)
     }
 }
 
-SxFileError checkVersion4(QFile& file)
+SxFileError checkVersion4(MatFileSource& source)
 {
     qint64 next = 0;
-    while (next < file.size() || next == 0) {
+    while (next < source.fileBytes() || next == 0) {
         Version4Header header;
-        if (!file.seek(next) || !readVersion4Header(file, header))
+        source.seek(next);
+        if (!readVersion4Header(source, header))
             return unreadable(next == 0 ? QStringLiteral("it is not a MAT file")
                                         : QStringLiteral("something stands where a variable should begin"));
         const auto bytes = ep::internal::CheckedSize(header.rows) * header.columns * version4SampleBytes(header.type)
                            * (header.isComplex != 0 ? 2 : 1);
         next += static_cast<qint64>(sizeof(header)) + header.nameBytes;
-        if (!bytes.isValid() || bytes.value() > file.size() - next)
+        if (!bytes.isValid() || bytes.value() > source.fileBytes() - next)
             return unreadable(QStringLiteral("it ends in the middle of an element"));
         next += bytes.value();
     }
@@ -140,14 +141,15 @@ SxFileError checkMatFile(const QString& path, qint64 memoryLimit)
     if (info.exists() && !info.isFile())
         return unreadable(QStringLiteral("it is not a regular file"));
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return unreadable(file.errorString());
-    const Format format = readFormat(file);
+    MatFileSource source(file);
+    const Format format = readFormat(source);
     if (format.version == MAT_FT_MAT73)
         return {};
     if (format.version == MAT_FT_MAT5)
-        return checkVersion5(file, format.isSwapped, memoryLimit);
-    return checkVersion4(file);
+        return checkVersion5(source, format.isSwapped, memoryLimit);
+    return checkVersion4(source);
 }
 
 }  // namespace matlab

@@ -18,7 +18,7 @@ bool refuse(ep::SxFileError& error, ep::ExFileError kind, const QString& reason)
 
 }  // namespace
 
-bool allocateImage(const MatEntry& first, ep::ExImageDataType type, qint64 limit, ep::CxScopedBuffer& image,
+bool describeImage(const MatEntry& first, ep::ExImageDataType type, qint64 limit, ep::SxImageInfo& image,
                    ep::SxFileError& error)
 {
     constexpr quint64 largest = std::numeric_limits<qint32>::max();
@@ -28,16 +28,21 @@ bool allocateImage(const MatEntry& first, ep::ExImageDataType type, qint64 limit
         return refuse(error, ep::ExFileError::Unsupported, QStringLiteral("the image's first plane is empty"));
     if (rows > largest || columns > largest)
         return refuse(error, ep::ExFileError::TooLarge, QStringLiteral("the image has too many rows or columns"));
-    image->width = static_cast<qint32>(columns);
-    image->height = static_cast<qint32>(rows);
-    image->stride = 0;
-    image->dataType = type;
-    image->bitDepth = ep::sampleFacts(type).bits;
+    image.width = static_cast<qint32>(columns);
+    image.height = static_cast<qint32>(rows);
+    image.stride = 0;
+    image.dataType = type;
+    image.bitDepth = ep::sampleFacts(type).bits;
 
     const auto bytes =
-        ep::internal::CheckedSize(image->width) * image->height * image->channels * ep::sampleFacts(type).bytes;
+        ep::internal::CheckedSize(image.width) * image.height * image.channels * ep::sampleFacts(type).bytes;
     if (!bytes.fits(limit))
         return refuse(error, ep::ExFileError::TooLarge, QStringLiteral("the image is past the memory limit"));
+    return true;
+}
+
+bool allocateImage(ep::CxScopedBuffer& image, ep::SxFileError& error)
+{
     if (ep::failed(image.allocate()))
         return refuse(error, ep::ExFileError::TooLarge, QStringLiteral("there is not enough memory for the image"));
     return true;

@@ -13,10 +13,13 @@ namespace matlab {
 
 /**
  * Gives @p image the size of the matrix @p first and the sample type @p type, with the channels and the layout that it
- * has already, and allocates it with tight rows.
+ * has already, and tight rows. False, with @p error set, past the @p limit of bytes or where it has no samples.
  */
-bool allocateImage(const MatEntry& first, ep::ExImageDataType type, qint64 limit, ep::CxScopedBuffer& image,
+bool describeImage(const MatEntry& first, ep::ExImageDataType type, qint64 limit, ep::SxImageInfo& image,
                    ep::SxFileError& error);
+
+/** Gives @p image the storage that its description asks for. */
+bool allocateImage(ep::CxScopedBuffer& image, ep::SxFileError& error);
 
 }  // namespace matlab
 }  // namespace orn

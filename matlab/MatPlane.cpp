@@ -1,5 +1,6 @@
 #include "MatPlane.h"
 
+#include <ep/internal/SampleVisitor.h>
 #include <ep/internal/TransposePlane.h>
 
 #include <algorithm>
@@ -23,71 +24,102 @@ ConstPlaneView columns(const unsigned char* data, qint32 sampleBytes, qint32 row
     return {data, static_cast<std::ptrdiff_t>(sampleBytes) * rows, sampleBytes, rows, count};
 }
 
-void clear(const PlaneView& plane, qint32 sampleBytes)
+void clear(const PlaneTarget& target)
 {
-    for (qint32 y = 0; y < plane.height; ++y)
-        std::memset(plane.row(y), 0, static_cast<size_t>(sampleBytes) * static_cast<size_t>(plane.width));
+    for (qint32 y = 0; y < target.view.height; ++y)
+        std::memset(target.view.row(y), 0,
+                    static_cast<size_t>(target.sampleBytes) * static_cast<size_t>(target.view.width));
+}
+
+qint64 samplesOf(const PlaneTarget& target)
+{
+    return static_cast<qint64>(target.view.width) * target.view.height;
+}
+
+// While the samples are in the cache: another pass over the image would read it from memory.
+void collectBits(const unsigned char* data, qint64 samples, quint16& bits)
+{
+    quint16 all = 0;
+    for (qint64 i = 0; i < samples; ++i)
+        all = static_cast<quint16>(all | ep::internal::loadSample<quint16>(data + i * qint64(sizeof(quint16))));
+    bits = static_cast<quint16>(bits | all);
 }
 
 // The first @p samples of @p data into the columns of @p target.
-void copyColumns(const unsigned char* data, qint64 samples, qint32 sampleBytes, const PlaneView& target)
+void copyColumns(const unsigned char* data, qint64 samples, const PlaneTarget& target)
 {
-    const auto whole = static_cast<qint32>(samples / target.height);
-    const auto rest = static_cast<qint32>(samples % target.height);
+    const PlaneView& view = target.view;
+    const qint32 bytes = target.sampleBytes;
+    if (target.bits)
+        collectBits(data, samples, *target.bits);
+    const auto whole = static_cast<qint32>(samples / view.height);
+    const auto rest = static_cast<qint32>(samples % view.height);
     if (whole > 0)
-        ep::internal::transposePlane(sampleBytes, columns(data, sampleBytes, target.height, whole), target);
+        ep::internal::transposePlane(bytes, columns(data, bytes, view.height, whole), view);
     if (rest > 0) {
-        const PlaneView column = {target.sample(whole, 0), target.rowBytes, target.pixelStep, 1, rest};
-        const unsigned char* from = data + static_cast<qint64>(whole) * target.height * sampleBytes;
-        ep::internal::transposePlane(sampleBytes, columns(from, sampleBytes, rest, 1), column);
+        const PlaneView column = {view.sample(whole, 0), view.rowBytes, view.pixelStep, 1, rest};
+        const unsigned char* from = data + static_cast<qint64>(whole) * view.height * bytes;
+        ep::internal::transposePlane(bytes, columns(from, bytes, rest, 1), column);
     }
 }
 
-// Variable and plane have samples of one size, and the variable at least as many.
-bool readPieces(MatDirectory& directory, MatEntry& entry, qint32 sampleBytes, const PlaneView& target,
-                ep::SxFileError& error)
+bool readPieces(MatDirectory& directory, MatEntry& entry, const PlaneTarget& target, ep::SxFileError& error)
 {
-    const qint64 columnBytes = static_cast<qint64>(target.height) * sampleBytes;
-    const auto most = static_cast<qint32>(std::clamp<qint64>(pieceBytes / columnBytes, 1, target.width));
+    const qint64 columnBytes = static_cast<qint64>(target.view.height) * target.sampleBytes;
+    const qint32 most = columnsPerPiece(columnBytes, target.view.width);
     std::vector<unsigned char> piece(static_cast<size_t>(most * columnBytes));
-    for (qint32 x = 0; x < target.width; x += most) {
-        const qint32 count = std::min(most, target.width - x);
-        if (!directory.readPiece(entry, static_cast<qint64>(x) * target.height,
-                                 static_cast<qint64>(count) * target.height, piece.data(), error))
+    PlaneTarget part = target;
+    for (qint32 x = 0; x < target.view.width; x += part.view.width) {
+        part.view.base = target.view.sample(x, 0);
+        part.view.width = std::min(most, target.view.width - x);
+        if (!readColumns(directory, entry, x, part, piece.data(), error))
             return false;
-        const PlaneView part = {target.sample(x, 0), target.rowBytes, target.pixelStep, count, target.height};
-        copyColumns(piece.data(), static_cast<qint64>(count) * target.height, sampleBytes, part);
     }
     return true;
 }
 
 }  // namespace
 
-void copyIntoPlane(const matvar_t& variable, ep::SxImageBuf& image, qint32 plane, qint64 first)
+bool fillsByPieces(const MatDirectory& directory, const MatEntry& entry, const PlaneTarget& target)
 {
-    const qint32 bytes = ep::sampleFacts(image.dataType).bytes;
-    const PlaneView target = ep::internal::planeView(image, plane);
-    const qint64 wanted = static_cast<qint64>(image.width) * image.height;
-    const qint64 all = variable.data ? static_cast<qint64>(variable.nbytes) / bytes : 0;
-    const qint64 held = std::min(std::max<qint64>(all - first, 0), wanted);
-    if (held < wanted)
-        clear(target, bytes);
-    if (held > 0)
-        copyColumns(static_cast<const unsigned char*>(variable.data) + first * bytes, held, bytes, target);
+    return directory.hasPieces(entry) && Mat_SizeOfClass(entry.matClass) == static_cast<size_t>(target.sampleBytes)
+           && entry.elements() >= samplesOf(target);
 }
 
-bool readIntoPlane(MatDirectory& directory, MatEntry& entry, qint64 limit, ep::SxImageBuf& image, qint32 plane,
+qint32 columnsPerPiece(qint64 columnBytes, qint32 width)
+{
+    return static_cast<qint32>(std::clamp<qint64>(pieceBytes / columnBytes, 1, width));
+}
+
+bool readColumns(MatDirectory& directory, MatEntry& entry, qint32 column, const PlaneTarget& target,
+                 unsigned char* piece, ep::SxFileError& error)
+{
+    const qint64 samples = samplesOf(target);
+    if (!directory.readPiece(entry, static_cast<qint64>(column) * target.view.height, samples, piece, error))
+        return false;
+    copyColumns(piece, samples, target);
+    return true;
+}
+
+void copyIntoPlane(const matvar_t& variable, const PlaneTarget& target, qint64 first)
+{
+    const qint64 wanted = samplesOf(target);
+    const qint64 all = variable.data ? static_cast<qint64>(variable.nbytes) / target.sampleBytes : 0;
+    const qint64 held = std::min(std::max<qint64>(all - first, 0), wanted);
+    if (held < wanted)
+        clear(target);
+    if (held > 0)
+        copyColumns(static_cast<const unsigned char*>(variable.data) + first * target.sampleBytes, held, target);
+}
+
+bool readIntoPlane(MatDirectory& directory, MatEntry& entry, qint64 limit, const PlaneTarget& target,
                    ep::SxFileError& error)
 {
-    const qint32 bytes = ep::sampleFacts(image.dataType).bytes;
-    const qint64 wanted = static_cast<qint64>(image.width) * image.height;
-    const bool isOfOneSize = Mat_SizeOfClass(entry.matClass) == static_cast<size_t>(bytes);
-    if (directory.hasPieces(entry) && isOfOneSize && entry.elements() >= wanted)
-        return readPieces(directory, entry, bytes, ep::internal::planeView(image, plane), error);
-
+    if (fillsByPieces(directory, entry, target))
+        return readPieces(directory, entry, target, error);
     const MatVarHandle variable = directory.read(entry, limit, error);
     if (variable)
-        copyIntoPlane(*variable, image, plane);
+        copyIntoPlane(*variable, target);
     return variable != nullptr;
 }
 

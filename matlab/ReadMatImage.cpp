@@ -4,20 +4,21 @@
 #include "EntropyPlanes.h"
 #include "MatImageAllocation.h"
 #include "MatMetadata.h"
-#include "MatPlane.h"
+#include "MatMosaic.h"
+#include "MatRestoration.h"
 #include "MatSampleTypes.h"
 #include "ReadMatVariable.h"
 
-#include <ep/ConvertPlanarRawToRaw.h>
 #include <ep/CxScopedBuffer.h>
-#include <ep/DetectColorBitDepth.h>
 #include <ep/ExStatus.h>
-#include <ep/ReverseRowOrder.h>
-
-#include <algorithm>
-#include <limits>
 
 #include <ep/internal/DefaultMemoryLimit.h>
+#include <ep/internal/MosaicCell.h>
+
+#include <algorithm>
+#include <numeric>
+#include <utility>
+#include <vector>
 
 namespace orn {
 namespace matlab {
@@ -62,42 +63,87 @@ qint32 readChannelCount(Reading& reading, ep::CxMetadata& metadata, ep::CxMetada
     return isValid && item ? item->savedChannels : 0;
 }
 
-bool readInto(Reading& reading, MatEntry& entry, qint32 plane, ep::CxScopedBuffer& loaded)
+// The planes of one image and what is to be made of them.
+struct Planes {
+    std::vector<MatEntry*> entries;  // in the order of the image's channels; at least one
+    ep::ExImageLayout layout;
+    MatRestoration restoration;
+};
+
+// The mosaic that the planes of the image @p info are read into at once, so that they never are an image of their own.
+// Without storage when that is not to be, or not possible.
+ep::CxScopedBuffer mosaicOf(const Reading& reading, const Planes& planes, const ep::SxImageInfo& info)
 {
-    return readIntoPlane(reading.directory, entry, reading.limit, loaded.image(), plane, reading.error);
+    ep::CxScopedBuffer mosaic;
+    const MatRestoration& restoration = planes.restoration;
+    if (!restoration.isMosaic(info) || !ep::internal::isBayerGrid(restoration.grid)
+        || !describeMosaic(info, restoration.grid, mosaic.image()))
+        return mosaic;
+    const PlaneTarget plane = {ep::sampleFacts(info.dataType).bytes, {nullptr, 0, 0, info.width, info.height}};
+    const bool hasPieces = std::all_of(planes.entries.begin(), planes.entries.end(), [&](const MatEntry* entry) {
+        return fillsByPieces(reading.directory, *entry, plane);
+    });
+    if (hasPieces && ep::failed(mosaic.allocate()))
+        mosaic.reset();
+    return mosaic;
 }
 
-// Reads the planes from @p first on into a new image that takes the place of @p image.
-bool readPlanes(Reading& reading, MatEntry& first, const std::vector<MatEntry*>& laterPlanes, ep::ExImageLayout layout,
-                ep::SxImageBuf& image)
+// Plane by plane in the order of the file, which is the quickest on a disk.
+bool readPlanar(Reading& reading, const Planes& planes, ep::SxImageBuf& image, quint16* bits)
 {
+    std::vector<qint32> order(planes.entries.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::sort(order.begin(), order.end(),
+              [&](qint32 a, qint32 b) { return planes.entries[size_t(a)] < planes.entries[size_t(b)]; });
+    for (const qint32 plane : order) {
+        const ep::internal::PlaneView view = ep::internal::planeView(image, plane);
+        const PlaneTarget target = {ep::sampleFacts(image.dataType).bytes,
+                                    planes.restoration.reversesRows ? view.reversedRows() : view, bits};
+        if (!readIntoPlane(reading.directory, *planes.entries[size_t(plane)], reading.limit, target, reading.error))
+            return false;
+    }
+    return true;
+}
+
+// Reads the planes into a new image that takes the place of @p image, as it was before it was written.
+bool readPlanes(Reading& reading, const Planes& planes, ep::SxImageBuf& image)
+{
+    const MatEntry& first = *planes.entries.front();
     const MatSampleType* const type = readableSampleType(first.matClass);
     if (!type || first.isComplex)
         return reading.refuse(QStringLiteral("images of class %1%2 are not read")
                                   .arg(first.isComplex ? QStringLiteral("complex ") : QString(),
                                        matClassName(first.matClass, first.isLogical)));
     ep::CxScopedBuffer loaded(image);
-    loaded->channels = static_cast<qint32>(laterPlanes.size()) + 1;
-    loaded->layout = layout;
-    if (!allocateImage(first, type->dataType, reading.limit, loaded, reading.error)
-        || !readInto(reading, first, 0, loaded))
+    loaded->channels = static_cast<qint32>(planes.entries.size());
+    loaded->layout = planes.layout;
+    if (!describeImage(first, type->dataType, reading.limit, loaded.image(), reading.error))
         return false;
-    qint32 plane = 1;
-    for (MatEntry* entry : laterPlanes)
-        if (!readInto(reading, *entry, plane++, loaded))
+    quint16 bits = 0;
+    quint16* const wantedBits = type->dataType == ep::DataTypeUInt16 ? &bits : nullptr;
+    ep::CxScopedBuffer mosaic = mosaicOf(reading, planes, loaded.image());
+    if (mosaic->data) {
+        loaded = std::move(mosaic);
+        if (!readIntoMosaic(reading.directory, planes.entries, loaded.image(), planes.restoration.reversesRows,
+                            wantedBits, reading.error))
             return false;
+    } else if (!allocateImage(loaded, reading.error) || !readPlanar(reading, planes, loaded.image(), wantedBits)) {
+        return false;
+    }
+    planes.restoration.finish(loaded.image(), bits);
     ep::FreeBuffer(image);
     image = loaded.take();
     return true;
 }
 
-bool readOwnPlanes(Reading& reading, MatEntry& first, qint32 channels, ep::SxImageBuf& image)
+bool readOwnPlanes(Reading& reading, MatEntry& first, qint32 channels, const MatRestoration& restoration,
+                   ep::SxImageBuf& image)
 {
     if (channels < 1 || static_cast<size_t>(channels) > reading.directory.entries().size())
         return reading.refuse(
             QStringLiteral("the metadata names %1 planes, which the file does not hold").arg(channels));
     // Looked up before memory is asked for: the number of planes is only what a text says.
-    std::vector<MatEntry*> laterPlanes;
+    Planes planes = {{&first}, ep::LayoutPlanar, restoration};
     for (qint32 plane = 1; plane < channels; ++plane) {
         const QString name = numberedPlaneName(reading.baseName, plane);
         MatEntry* const entry = reading.directory.find(name);
@@ -105,56 +151,9 @@ bool readOwnPlanes(Reading& reading, MatEntry& first, qint32 channels, ep::SxIma
             return reading.refuse(QStringLiteral("the variable \"%1\" is missing").arg(name));
         if (!entry->isMatrix() || entry->matClass != first.matClass)
             return reading.refuse(QStringLiteral("the variable \"%1\" is not like the first plane").arg(name));
-        laterPlanes.push_back(entry);
+        planes.entries.push_back(entry);
     }
-    return readPlanes(reading, first, laterPlanes, ep::LayoutPlanar, image);
-}
-
-void rebuildMosaic(ep::ExBayerGrid grid, ep::SxImageBuf& image)
-{
-    constexpr qint32 largestPlane = std::numeric_limits<qint32>::max() / 2;
-    ep::CxScopedBuffer mosaic(image);
-    mosaic->stride = 0;
-    mosaic->channels = 1;
-    mosaic->layout = ep::LayoutPacked;
-    mosaic->bayerGrid = grid;
-    const bool fits = image.width <= largestPlane && image.height <= largestPlane;
-    if (fits) {
-        mosaic->width *= 2;
-        mosaic->height *= 2;
-    }
-    if (!fits || ep::failed(mosaic.allocate()) || ep::failed(ep::ConvertPlanarRawToRaw(image, mosaic.image(), grid))) {
-        logCritical(QStringLiteral("Failed to convert the image to RAW."));
-        return;
-    }
-    ep::FreeBuffer(image);
-    image = mosaic.take();
-}
-
-// The depth that the source declared counts where it is larger than what the samples show and fits their type.
-void raiseBitDepth(qint32 declared, ep::SxImageBuf& image)
-{
-    const bool fits8 = image.dataType == ep::DataTypeUInt8 && declared >= 1 && declared <= 8;
-    const bool fits16 = image.dataType == ep::DataTypeUInt16 && declared >= 9 && declared <= 16;
-    if (fits8 || fits16)
-        image.bitDepth = std::max(image.bitDepth, declared);
-}
-
-// Undoes what writing did to the image, as far as the metadata tells.
-void restore(const ep::CxMetadata& metadata, ep::SxImageBuf& image)
-{
-    if (image.dataType == ep::DataTypeUInt16)
-        ep::DetectColorBitDepth(image, image.bitDepth);
-    const auto* layout = findItem<CxMatlabImageMetadata>(metadata);
-    if (layout && layout->reverseRows)
-        ep::ReverseRowOrder(image);
-    const auto* common = findItem<ep::CxCommonImageMetadata>(metadata);
-    if (!common)
-        return;
-    const bool wasMosaic = common->bayerGrid <= ep::BayerGridGRBG && common->layout == ep::LayoutPacked;
-    if (wasMosaic && image.channels == colourPlanes && image.layout == ep::LayoutPlanar)
-        rebuildMosaic(static_cast<ep::ExBayerGrid>(common->bayerGrid), image);
-    raiseBitDepth(common->colorBitDepth, image);
+    return readPlanes(reading, planes, image);
 }
 
 // Files of this library by their metadata, any other file by its first matrix unless a name was given.
@@ -162,6 +161,7 @@ bool readOwnOrForeign(Reading& reading, ep::SxImageBuf& image, ep::CxMetadata* r
 {
     ep::CxMetadata metadata;
     const qint32 channels = readChannelCount(reading, metadata, result);
+    const MatRestoration restoration(metadata);
     if (channels != 0) {
         const QString name = numberedPlaneName(reading.baseName, 0);
         MatEntry* const first = reading.directory.find(name);
@@ -171,17 +171,15 @@ bool readOwnOrForeign(Reading& reading, ep::SxImageBuf& image, ep::CxMetadata* r
             reading.refuse(QStringLiteral("the variable \"%1\" is not two-dimensional").arg(name));
             return true;
         }
-        if (!readOwnPlanes(reading, *first, channels, image))
-            return false;
-    } else if (!reading.variable.isEmpty()) {
-        return readMatVariable(reading.directory, reading.variable, reading.limit, image, reading.error);
-    } else if (MatEntry* const first = reading.directory.firstMatrix()) {
-        if (!readPlanes(reading, *first, {}, ep::LayoutPacked, image))
-            return false;
-    } else {
-        reading.refuse(QStringLiteral("there is no two-dimensional array of numbers"));
+        return readOwnPlanes(reading, *first, channels, restoration, image);
     }
-    restore(metadata, image);
+    if (!reading.variable.isEmpty())
+        return readMatVariable(reading.directory, reading.variable, reading.limit, image, reading.error);
+    if (MatEntry* const first = reading.directory.firstMatrix())
+        return readPlanes(reading, {{first}, ep::LayoutPacked, restoration}, image);
+    // The caller's own image is taken for what was read.
+    reading.refuse(QStringLiteral("there is no two-dimensional array of numbers"));
+    restoration.apply(image);
     return true;
 }
 
@@ -193,7 +191,7 @@ bool readArray(Reading& reading, ep::SxImageBuf& image)
     ep::CxMetadata metadata;
     if (image.channels == 1 && reading.variable.contains(QStringLiteral("_channel_")))
         readChannelCount(reading, metadata, nullptr);
-    restore(metadata, image);
+    MatRestoration(metadata).apply(image);
     return true;
 }
 

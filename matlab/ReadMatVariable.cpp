@@ -82,10 +82,12 @@ bool readMatVariable(MatDirectory& directory, const QString& name, qint64 limit,
     const ep::ExImageDataType type = readableSampleType(entry->matClass)->dataType;
     // Read first: that proves the dimensions.
     const MatVarHandle variable = directory.read(*entry, limit, error);
-    if (!variable || !allocateImage(*entry, type, limit, loaded, error))
+    if (!variable || !describeImage(*entry, type, limit, loaded.image(), error) || !allocateImage(loaded, error))
         return false;
-    for (qint32 plane = 0; plane < loaded->channels; ++plane)
-        copyIntoPlane(*variable, loaded.image(), plane, qint64(plane) * loaded->width * loaded->height);
+    for (qint32 plane = 0; plane < loaded->channels; ++plane) {
+        const PlaneTarget target = {ep::sampleFacts(type).bytes, ep::internal::planeView(loaded.image(), plane)};
+        copyIntoPlane(*variable, target, qint64(plane) * loaded->width * loaded->height);
+    }
     ep::FreeBuffer(image);
     image = loaded.take();
     return true;

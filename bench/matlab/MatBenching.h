@@ -10,6 +10,10 @@
 #include <QProcess>
 #include <QStringList>
 
+#include <vector>
+
+#include <sys/mman.h>
+
 namespace benching {
 
 inline qint64 bytesOf(const ep::SxImageInfo& image)
@@ -34,14 +38,39 @@ inline bool writePlain(const QString& path, const ep::SxImageBuf& image)
            && file.write(static_cast<const char*>(image.data), bytesOf(image)) == bytesOf(image);
 }
 
+/** Where readPlain() puts the bytes. */
+enum class FreshMemory {
+    Plain,  ///< as the system gives it: each page of it is touched for the first time
+    Image   ///< as AllocBuffer() gives it: in huge pages where the system offers them
+};
+
 /** The bytes of a file in memory that was not touched before. */
-inline bool readPlain(const QString& path, const ep::SxImageInfo& info)
+inline bool readPlain(const QString& path, const ep::SxImageInfo& info, FreshMemory memory)
 {
     ep::CxScopedBuffer image(info);
     image->stride = 0;
+    const auto bytes = static_cast<size_t>(bytesOf(info));
+    void* plain = MAP_FAILED;
+    if (memory == FreshMemory::Plain)
+        plain = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    else if (ep::failed(image.allocate()))
+        return false;
     QFile file(path);
-    return !ep::failed(image.allocate()) && file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)
-           && file.read(static_cast<char*>(image->data), bytesOf(info)) == bytesOf(info);
+    const bool isRead =
+        file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)
+        && file.read(static_cast<char*>(plain == MAP_FAILED ? image->data : plain), bytesOf(info)) == bytesOf(info);
+    if (plain != MAP_FAILED)
+        munmap(plain, bytes);
+    return isRead;
+}
+
+/** Adds the times of work on an image, measured in turns with something plain, as counters of @p state. */
+inline void reportTimes(benchmark::State& state, const std::vector<double>& ours, const std::vector<double>& plain,
+                        const char* name)
+{
+    state.counters[name] = medianOf(ours) / medianOf(plain);
+    state.counters["min_ms"] = 1e3 * *std::min_element(ours.begin(), ours.end());
+    state.counters["median_ms"] = 1e3 * medianOf(ours);
 }
 
 /** Seconds that SciPy takes for the same; see scipy_peer.py. Negative when it does not run here. */

@@ -36,8 +36,11 @@ def save(path, dtype, rows, columns, planes):
 
 
 def load(path):
-    # SciPy leaves the columns as they stand in the file; there is no image with its rows in a row yet.
-    return median(lambda: loadmat(path))
+    # SciPy leaves the columns as they stand in the file; an image has its rows in a row.
+    def work():
+        planes = [value for name, value in loadmat(path).items() if name.startswith('ep_image_channel_')]
+        return [numpy.ascontiguousarray(plane) for plane in planes]
+    return median(work)
 
 
 print({'save': save, 'load': load}[sys.argv[1]](*sys.argv[2:]))
