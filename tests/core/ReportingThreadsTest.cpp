@@ -4,14 +4,13 @@
 #include <orn/Protocol.h>
 
 #include "Files.h"
+#include "Threads.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include <atomic>
 #include <functional>
-#include <thread>
-#include <vector>
 
 using orn::CxProgressInfo;
 using orn::Protocol;
@@ -26,18 +25,11 @@ private:
     /** Runs @p work(thread, round) for many rounds in several threads at once. */
     static void inThreads(const std::function<void(int thread, int round)>& work)
     {
-        std::atomic<int> waiting{s_threadCount};
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < s_threadCount; ++thread)
-            threads.emplace_back([&, thread] {
-                --waiting;
-                while (waiting > 0)
-                    std::this_thread::yield();
-                for (int round = 0; round < s_rounds; ++round)
-                    work(thread, round);
-            });
-        for (std::thread& thread : threads)
-            thread.join();
+        testing::failuresInThreads(s_threadCount, [&work](int thread) {
+            for (int round = 0; round < s_rounds; ++round)
+                work(thread, round);
+            return true;
+        });
     }
 
     /** True when @p line is a whole line "[...]: THREAD ROUND". */

@@ -4,16 +4,14 @@
 
 #include "DumpFormat.h"
 #include "TestImages.h"
+#include "Threads.h"
 
 #include <ep/SameSamples.h>
 
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <atomic>
 #include <functional>
-#include <thread>
-#include <vector>
 
 using ep::CxScopedBuffer;
 using Manager = ep::CxImageFormatManager;
@@ -39,23 +37,9 @@ private:
     static constexpr int s_threadCount = 4;
     QTemporaryDir m_folder;
 
-    /** Runs @p work(thread) in several threads at once; the number of those in which it said false. */
     static int failuresOf(const std::function<bool(int thread)>& work)
     {
-        std::atomic<int> waiting{s_threadCount};
-        std::atomic<int> failures{0};
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < s_threadCount; ++thread)
-            threads.emplace_back([&, thread] {
-                --waiting;
-                while (waiting > 0)
-                    std::this_thread::yield();
-                if (!work(thread))
-                    ++failures;
-            });
-        for (std::thread& thread : threads)
-            thread.join();
-        return failures;
+        return testing::failuresInThreads(s_threadCount, work);
     }
     static CxScopedBuffer imageOf(int seed)
     {
