@@ -16,6 +16,9 @@
 namespace ep {
 namespace internal {
 
+/** Bytes that go to and from memory at once. */
+constexpr std::size_t cacheLine = 64;
+
 /**
  * Copies @p bytes bytes. Whole cache lines go to memory without being read from there first, which is what a plain
  * store to memory that is not in the cache does. For large images that are not read soon; end with finishStreaming().
@@ -23,15 +26,17 @@ namespace internal {
 inline void streamBytes(unsigned char* to, const unsigned char* from, std::size_t bytes)
 {
 #if defined(__SSE2__)
-    constexpr std::size_t line = 64;
-    const std::size_t head = std::min(bytes, (line - reinterpret_cast<std::uintptr_t>(to) % line) % line);
-    std::memcpy(to, from, head);
+    const std::size_t head =
+        std::min(bytes, (cacheLine - reinterpret_cast<std::uintptr_t>(to) % cacheLine) % cacheLine);
+    if (head > 0)
+        std::memcpy(to, from, head);
     std::size_t done = head;
-    for (; done + line <= bytes; done += line)
-        for (std::size_t i = 0; i < line; i += sizeof(__m128i))
+    for (; done + cacheLine <= bytes; done += cacheLine)
+        for (std::size_t i = 0; i < cacheLine; i += sizeof(__m128i))
             _mm_stream_si128(reinterpret_cast<__m128i*>(to + done + i),
                              _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + done + i)));
-    std::memcpy(to + done, from + done, bytes - done);
+    if (done < bytes)
+        std::memcpy(to + done, from + done, bytes - done);
 #else
     std::memcpy(to, from, bytes);
 #endif

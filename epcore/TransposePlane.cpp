@@ -1,7 +1,6 @@
 #include <ep/internal/TransposePlane.h>
 
-#include "StreamBytes.h"
-#include "TransposeSquare.h"
+#include "TransposePanel.h"
 
 #include <algorithm>
 
@@ -28,6 +27,8 @@ bool visitPixelSize(qint32 bytes, Work&& work)
     case 3: work(TypeTag<PixelBytes<3>>()); return true;
     case 6: work(TypeTag<PixelBytes<6>>()); return true;
     case 12: work(TypeTag<PixelBytes<12>>()); return true;
+    case 24: work(TypeTag<PixelBytes<24>>()); return true;
+    case 32: work(TypeTag<PixelBytes<32>>()); return true;
     default: return visitSampleSize(bytes, work);
     }
 }
@@ -58,95 +59,18 @@ void transposeSpread(const ConstPlaneView& source, const PlaneView& destination)
                                  std::min<ptrdiff_t>(edge, source.height - top)});
 }
 
-/**
- * Transposes @p part, at least a square wide and high, of a tight plane into the rows of @p toRow bytes from @p to on.
- * The last squares of a row and of a column overlap those before them. Rows go outermost, so that each cache line of
- * the source is used up while it is there: where rows lie a power of two apart, a few of them fill their place in the
- * cache.
- */
-template <typename T>
-void transposeTile(const ConstPlaneView& source, const Rectangle& part, unsigned char* to, ptrdiff_t toRow)
-{
-    constexpr ptrdiff_t edge = squareEdge<T>;
-    constexpr auto step = static_cast<ptrdiff_t>(sizeof(T));
-    constexpr ptrdiff_t rowsAhead = 32;
-    const ptrdiff_t lastRow = source.height - 1;
-    for (ptrdiff_t row = 0; row < part.rows; row += edge) {
-        const ptrdiff_t y = std::min(row, part.rows - edge);
-        for (ptrdiff_t i = 0; i < edge; ++i)
-            __builtin_prefetch(source.sample(part.left, std::min(part.top + y + rowsAhead + i, lastRow)));
-        for (ptrdiff_t column = 0; column < part.columns; column += edge) {
-            const ptrdiff_t x = std::min(column, part.columns - edge);
-            transposeSquare<T>(source.sample(part.left + x, part.top + y), source.rowBytes, to + x * toRow + y * step,
-                               toRow);
-        }
-    }
-}
-
-/** Where the next tile begins: after this one, but never so near to the end that no square fits. */
-inline ptrdiff_t tileStart(ptrdiff_t position, ptrdiff_t end, ptrdiff_t edge)
-{
-    return std::min(position, end - edge);
-}
-
-/**
- * A large tight plane, by tiles that are a cache line of the source wide and many lines of the destination deep:
- *
- * @verbatim
- *      source                 in the cache                destination
- *   |  +--+          |       +--------------+         +-------------------
- *   |  |  | 1 KiB    |   ->  | transposed   |   ->    |  whole cache lines,
- *   |  |  | in rows  |       +--------------+         |  past the cache
- *   |  +--+          |        1 KiB per row           |
- *      64 bytes
- * @endverbatim
- */
-template <typename T>
-void transposeLarge(const ConstPlaneView& source, const PlaneView& destination)
-{
-    constexpr ptrdiff_t edge = squareEdge<T>;
-    constexpr ptrdiff_t depthBytes = 1024;
-    constexpr ptrdiff_t tileColumns = std::max<ptrdiff_t>(edge, (sizeof(T) < 4 ? 64 : 128) / sizeof(T));
-    constexpr ptrdiff_t tileRows = depthBytes / static_cast<ptrdiff_t>(sizeof(T));
-    alignas(64) unsigned char staged[tileColumns * depthBytes];
-    for (ptrdiff_t nextLeft = 0; nextLeft < source.width; nextLeft += tileColumns) {
-        const ptrdiff_t left = tileStart(nextLeft, source.width, edge);
-        const ptrdiff_t columns = std::min(tileColumns, source.width - left);
-        for (ptrdiff_t nextTop = 0; nextTop < source.height; nextTop += tileRows) {
-            const ptrdiff_t top = tileStart(nextTop, source.height, edge);
-            const ptrdiff_t rows = std::min(tileRows, source.height - top);
-            transposeTile<T>(source, {left, top, columns, rows}, staged, depthBytes);
-            for (ptrdiff_t x = 0; x < columns; ++x)
-                streamBytes(destination.sample(top, left + x), staged + x * depthBytes,
-                            static_cast<std::size_t>(rows) * sizeof(T));
-        }
-    }
-    finishStreaming();
-}
-
-/** A tight plane that stays in the cache. */
-template <typename T>
-void transposeSmall(const ConstPlaneView& source, const PlaneView& destination)
-{
-    constexpr ptrdiff_t edge = squareEdge<T>;
-    constexpr ptrdiff_t tileColumns = std::max<ptrdiff_t>(edge, 64 / sizeof(T));
-    for (ptrdiff_t nextLeft = 0; nextLeft < source.width; nextLeft += tileColumns) {
-        const ptrdiff_t left = tileStart(nextLeft, source.width, edge);
-        transposeTile<T>(source, {left, 0, std::min(tileColumns, source.width - left), source.height},
-                         destination.sample(0, left), destination.rowBytes);
-    }
-}
-
 template <typename T>
 void transposeTight(const ConstPlaneView& source, const PlaneView& destination)
 {
     constexpr qint64 largeBytes = 4 << 20;
-    if (source.width < squareEdge<T> || source.height < squareEdge<T>)
+    constexpr std::ptrdiff_t edge = TransposePanel<T>::edge;
+    if (source.width < edge || source.height < edge) {
         transposeSpread<T>(source, destination);
-    else if (qint64(source.width) * source.height * qint64(sizeof(T)) < largeBytes)
-        transposeSmall<T>(source, destination);
-    else
-        transposeLarge<T>(source, destination);
+        return;
+    }
+    const bool isLarge = qint64(source.width) * source.height * qint64(sizeof(T)) >= largeBytes;
+    TransposePanel<T> panel(source, destination, isLarge);
+    panel.transposeAll();
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <ep/internal/SampleVisitor.h>
 
 #include <cstddef>
+#include <cstring>
 
 namespace ep {
 namespace internal {
@@ -24,8 +25,16 @@ template <typename T>
 constexpr std::ptrdiff_t squareEdge = 16 % sizeof(T) == 0 ? 16 / sizeof(T) : 8;
 
 /**
+ * Bytes that are moved for one sample. A pixel of 3, 6 or 12 bytes takes along what follows it, for a whole word moves
+ * in one instruction; the next pixel of the row is written after it and puts that right.
+ */
+template <typename T>
+constexpr std::size_t movedBytes = sizeof(T) == 3 || sizeof(T) == 6 || sizeof(T) == 12 ? sizeof(T) / 3 * 4 : sizeof(T);
+
+/**
  * Transposes a square of squareEdge<T> rows, each of them one register: riffled as often as it takes to bring the
  * second sample of the first row to the place of the first sample of the second.
+ * Other pixels go one by one. Up to 4 bytes behind the last sample of a row are read and written with it (movedBytes).
  */
 template <typename T>
 inline void transposeSquare(const unsigned char* from, std::ptrdiff_t fromRow, unsigned char* to, std::ptrdiff_t toRow)
@@ -43,9 +52,9 @@ inline void transposeSquare(const unsigned char* from, std::ptrdiff_t fromRow, u
     }
 #endif
     constexpr auto step = static_cast<std::ptrdiff_t>(sizeof(T));
-    for (std::ptrdiff_t y = 0; y < edge; ++y)
-        for (std::ptrdiff_t x = 0; x < edge; ++x)
-            storeSample(to + x * toRow + y * step, loadSample<T>(from + y * fromRow + x * step));
+    for (std::ptrdiff_t x = 0; x < edge; ++x)
+        for (std::ptrdiff_t y = 0; y < edge; ++y)
+            std::memcpy(to + x * toRow + y * step, from + y * fromRow + x * step, movedBytes<T>);
 }
 
 }  // namespace internal
