@@ -16,11 +16,12 @@ namespace benching {
 /** A 16-bit image of one channel; a given part of its samples, at random places, is dead (0) or saturated (65535). */
 class DamagedImage {
 public:
-    explicit DamagedImage(double part)
-        : m_image(makeImage(ep::DataTypeUInt16)), m_mask(makeImage(ep::DataTypeUInt8)),
+    explicit DamagedImage(double part, int columns = width, int rows = height)
+        : m_image(makeImage(ep::DataTypeUInt16, columns, rows)), m_mask(makeImage(ep::DataTypeUInt8, columns, rows)),
           m_table(std::make_unique<bool[]>(levels)), m_tables{m_table.get()}
     {
         auto* samples = static_cast<unsigned char*>(m_image->data);
+        const size_t pixels = storageBytes(m_mask.image());
         for (size_t i = 0; i < pixels; ++i)
             ep::internal::storeSample(samples + 2 * i, static_cast<quint16>(1000 + i * 7919 % 3000));
         std::memset(m_mask->data, 1, pixels);
@@ -47,7 +48,6 @@ public:
 
 private:
     static constexpr size_t levels = 1 << 16;
-    static constexpr size_t pixels = size_t(width) * height;
 
     ep::CxScopedBuffer m_image;
     ep::CxScopedBuffer m_mask;

@@ -4,31 +4,11 @@
  */
 #pragma once
 
-#include <ep/CxScopedBuffer.h>
-#include <ep/ExStatus.h>
+#include "AgainstMemcpy.h"
 
 #include <QFile>
 
-#include <benchmark/benchmark.h>
-
-#include <chrono>
-
 namespace benching {
-
-/** How long @p work takes. */
-template <typename Work>
-double secondsOf(Work&& work)
-{
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-/** Bytes of the one plane of @p image. */
-inline qint64 planeBytes(const ep::SxImageInfo& image)
-{
-    return qint64(image.stride) * image.height;
-}
 
 /** The bytes of @p image in a new file. */
 inline bool writePlain(const QString& path, const ep::SxImageBuf& image)
@@ -36,7 +16,8 @@ inline bool writePlain(const QString& path, const ep::SxImageBuf& image)
     QFile::remove(path);
     QFile file(path);
     return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)
-           && file.write(static_cast<const char*>(image.data), planeBytes(image)) == planeBytes(image);
+           && file.write(static_cast<const char*>(image.data), qint64(storageBytes(image)))
+                  == qint64(storageBytes(image));
 }
 
 /** Those bytes into new storage. */
@@ -46,8 +27,9 @@ inline bool readPlain(const QString& path, const ep::SxImageInfo& info)
     if (ep::failed(image.allocate()))
         return false;
     QFile file(path);
-    const bool isRead = file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)
-                        && file.read(static_cast<char*>(image->data), planeBytes(info)) == planeBytes(info);
+    const bool isRead =
+        file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)
+        && file.read(static_cast<char*>(image->data), qint64(storageBytes(info))) == qint64(storageBytes(info));
     benchmark::DoNotOptimize(image->data);
     return isRead;
 }
