@@ -41,11 +41,10 @@ void addMosaics(Table& table)
 /** What savers and loaders do that need the other layout. */
 void pack(const ep::CxScopedBuffer& planar, ep::CxScopedBuffer& packed)
 {
-    ep::internal::copyPlanes(ep::sampleFacts(planar->dataType).bytes, planar->channels, planar->height,
-                             [&](qint32 channel) {
-                                 return ep::internal::PlanePair{ep::internal::planeView(planar.image(), channel),
-                                                                ep::internal::planeView(packed.image(), channel)};
-                             });
+    ep::internal::copyPlanes(ep::sampleFacts(planar->dataType).bytes, planar->channels, [&](qint32 channel) {
+        return ep::internal::PlanePair{ep::internal::planeView(planar.image(), channel),
+                                       ep::internal::planeView(packed.image(), channel)};
+    });
 }
 
 void addColours(Table& table, ep::ExImageDataType type)

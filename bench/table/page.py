@@ -32,10 +32,10 @@ def measured(results):
         target = row.target
         met = '' if target.asked() == '–' else 'yes' if target.is_met(middle) else 'no'
         low, high, fastest = (target.shown(value).split()[0] for value in (low, high, result['fastest']))
-        lines.append([row.operation, row.against, target.asked(), target.shown(middle), f'{low} … {high}', fastest, met,
-                      amount(result['ours'], row.unit), amount(result['peer'], row.unit)])
-    return table(['operation', 'set against', 'asked', 'measured', 'quartiles', 'fastest', 'met', 'ours', 'the other'],
-                 lines)
+        lines.append([row.operation, row.against, target.asked(), target.shown(middle), f'{low} … {high}', fastest,
+                      str(result['turns']), met, amount(result['ours'], row.unit), amount(result['peer'], row.unit)])
+    return table(['operation', 'set against', 'asked', 'measured', 'quartiles', 'fastest', 'turns', 'met', 'ours',
+                  'the other'], lines)
 
 
 def growth_of_images(results):
