@@ -13,8 +13,8 @@
 namespace benching {
 
 /**
- * A script that does its work once for each empty line it gets, and answers with the seconds that it took. It is started with
- * its first turn and keeps running: how long an interpreter takes to start is not measured.
+ * A script that does its work once for each empty line it gets, and answers with the seconds that it took. It is
+ * started with its first turn and keeps running: how long an interpreter takes to start is not measured.
  */
 class Peer {
 public:
