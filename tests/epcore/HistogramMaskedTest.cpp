@@ -3,6 +3,7 @@
 #include "ImageKinds.h"
 #include "UnsoundImages.h"
 
+#include <iterator>
 #include <limits>
 
 namespace {
@@ -76,6 +77,25 @@ const Misfit misfits[] = {
      [](SmallCase& small) { small.histogram.resize(3, 256); }},
 };
 
+struct Mask {
+    const char* name;
+    quint8 (*valueAt)(int index);
+};
+
+quint32 scattered(int index)
+{
+    return quint32(index) * 2654435761u >> 16;
+}
+
+const Mask masks[] = {
+    {"all admitted by one number", [](int) { return quint8(1); }},
+    {"all admitted by many numbers", [](int index) { return quint8(scattered(index) | 0x10); }},
+    {"none admitted", [](int) { return quint8(0); }},
+    {"half of all admitted", [](int index) { return quint8(scattered(index) % 2 * 255); }},
+    {"most admitted", [](int index) { return quint8(scattered(index) % 50 == 0 ? 0 : 0x80); }},
+    {"runs of eight", [](int index) { return quint8(index / 8 % 3); }},
+};
+
 }  // namespace
 
 class HistogramMaskedTest : public QObject {
@@ -84,6 +104,8 @@ class HistogramMaskedTest : public QObject {
 private slots:
     void countsUnderTheMask_data() { testing::addImageKinds(); }
     void countsUnderTheMask();
+    void countsLargeImages_data();
+    void countsLargeImages();
     void readsSamplesAsUnsigned();
     void ignoresLevelsPastTheHistogram();
     void addsToWhatIsThere();
@@ -127,6 +149,56 @@ void HistogramMaskedTest::countsUnderTheMask()
             QVERIFY2(std::equal(expected.counts[c], expected.counts[c] + levels, histogram.counts[c]),
                      testing::shapeName(width, height, padding));
     });
+}
+
+void HistogramMaskedTest::countsLargeImages_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("layout");
+    QTest::addColumn<int>("channels");
+    QTest::addColumn<int>("mask");
+    for (const auto type : {ep::DataTypeInt8, ep::DataTypeUInt8, ep::DataTypeInt16, ep::DataTypeUInt16})
+        for (const auto layout : testing::allLayouts)
+            for (const int channels : {1, 3, 17})
+                for (size_t mask = 0; mask < std::size(masks); ++mask)
+                    QTest::addRow("%s, %s, %d channels, %s", ep::sampleFacts(type).name,
+                                  layout == ep::LayoutPacked ? "packed" : "planar", channels, masks[mask].name)
+                        << int(type) << int(layout) << channels << int(mask);
+}
+
+// Images of more samples than there are values, which are counted in tables first.
+void HistogramMaskedTest::countsLargeImages()
+{
+    QFETCH(int, type);
+    QFETCH(int, layout);
+    QFETCH(int, channels);
+    QFETCH(int, mask);
+    constexpr int width = 397;
+    constexpr int levels = 5000;
+    const bool isByte = ep::sampleFacts(ep::ExImageDataType(type)).bytes == 1;
+    const int height = isByte ? 5 : 331;
+    const ep::CxScopedBuffer image = testing::randomImage(
+        testing::describe(ep::ExImageDataType(type), width, height, channels, ep::ExImageLayout(layout), 3));
+    ep::CxScopedBuffer admitted = testing::randomImage(testing::describe(ep::DataTypeUInt8, width, height, 1));
+    for (int i = 0; i < width * height; ++i)
+        static_cast<quint8*>(admitted->data)[i] = masks[mask].valueAt(i);
+    ep::CxImageHistogram histogram;
+    histogram.resize(channels, levels);
+    histogram.counts[0][77] = std::numeric_limits<qint32>::max() - 1;  // full after one more
+    ep::CxImageHistogram expected;
+    expected.resize(channels, levels);
+    expected.counts[0][77] = histogram.counts[0][77];
+    for (int c = 0; c < channels; ++c)
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                const quint32 level = levelAt(image.image(), x, y, c);
+                if (testing::sampleAt<quint8>(admitted.image(), x, y) != 0 && level < levels
+                    && expected.counts[c][level] != std::numeric_limits<qint32>::max())
+                    ++expected.counts[c][level];
+            }
+    QCOMPARE(ep::HistogramMasked(image.image(), admitted.image(), histogram), 0u);
+    for (int c = 0; c < channels; ++c)
+        QVERIFY(std::equal(expected.counts[c], expected.counts[c] + levels, histogram.counts[c]));
 }
 
 void HistogramMaskedTest::readsSamplesAsUnsigned()
