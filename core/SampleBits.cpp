@@ -44,7 +44,7 @@ unsigned int SampleBits(const ep::SxImageBuf& image, SxSampleBits& bits)
     ep::internal::visitSampleType(image.dataType, [&](auto tag) {
         using Sample = typename decltype(tag)::Type;
         if constexpr (std::is_integral_v<Sample>) {
-            const auto any = unionOfSamples<Sample>(image, [](Sample sample) { return sample; });
+            const auto any = unionOfSamples<Sample>(image);
             bits = {ep::sampleFacts(image.dataType).bits, neededBits<Sample>(image, any), trailingZeros(any)};
             status = ep::StatusOk;
         }
