@@ -15,9 +15,6 @@ namespace {
 using ep::internal::ConstPlaneView;
 using ep::internal::PlaneView;
 
-// Few enough to stay in the processor's cache, many enough for whole tiles.
-constexpr qint64 pieceBytes = 1 << 20;
-
 // Columns as rows: what the file holds is the transposed plane.
 ConstPlaneView columns(const unsigned char* data, qint32 sampleBytes, qint32 rows, qint32 count)
 {
@@ -88,7 +85,11 @@ bool fillsByPieces(const MatDirectory& directory, const MatEntry& entry, const P
 
 qint32 columnsPerPiece(qint64 columnBytes, qint32 width)
 {
-    return static_cast<qint32>(std::clamp<qint64>(pieceBytes / columnBytes, 1, width));
+    // Few enough to stay in the processor's cache, many enough for whole tiles. Wider pieces meet fewer cache lines of
+    // the image that belong to their neighbours as well, but shall be small beside it.
+    constexpr qint64 fewest = 1 << 20, most = 2 << 20;
+    const qint64 bytes = std::clamp(columnBytes * width / 20, fewest, most);
+    return static_cast<qint32>(std::clamp<qint64>(bytes / columnBytes, 1, width));
 }
 
 bool readColumns(MatDirectory& directory, MatEntry& entry, qint32 column, const PlaneTarget& target,
