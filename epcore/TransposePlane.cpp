@@ -3,6 +3,7 @@
 #include "TransposePanel.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace ep {
 namespace internal {
@@ -68,7 +69,8 @@ void transposeTight(const ConstPlaneView& source, const PlaneView& destination)
         transposeSpread<T>(source, destination);
         return;
     }
-    const bool isLarge = qint64(source.width) * source.height * qint64(sizeof(T)) >= largeBytes;
+    // A part of a large image counts as large, too: its lines are not in the cache either.
+    const bool isLarge = std::abs(qint64(destination.rowBytes)) * destination.height >= largeBytes;
     TransposePanel<T> panel(source, destination, isLarge);
     panel.transposeAll();
 }
