@@ -1,7 +1,7 @@
 #include <ep/CxImageFormatManager.h>
-#include <ep/internal/DefaultMemoryLimit.h>
 
 #include <ep/CxImageData.h>
+#include <ep/internal/MemoryLimit.h>
 
 #include "FormatCatalog.h"
 #include "ReadImageFile.h"
@@ -51,6 +51,7 @@ bool report(const SxFileError& result, SxFileError* error)
 struct CxImageFormatManager::Private {
     FormatCatalog catalog;
     std::atomic<qint64> memoryLimit{0};
+    std::atomic<bool> trustsFiles{true};
 };
 
 CxImageFormatManager::CxImageFormatManager() : m_d(new Private) {}
@@ -136,6 +137,16 @@ qint64 CxImageFormatManager::memoryLimit() const
 void CxImageFormatManager::setMemoryLimit(qint64 bytes)
 {
     m_d->memoryLimit = bytes;
+}
+
+bool CxImageFormatManager::trustsFiles() const
+{
+    return m_d->trustsFiles;
+}
+
+void CxImageFormatManager::setTrustsFiles(bool trusts)
+{
+    m_d->trustsFiles = trusts;
 }
 
 }  // namespace ep

@@ -1,5 +1,6 @@
 #include <ep/IxDataLoader.h>
-#include <ep/internal/DefaultMemoryLimit.h>
+
+#include <ep/CxImageFormatManager.h>
 
 #include "MetadataSideFile.h"
 
@@ -81,7 +82,7 @@ IxDataLoader* IxDataLoader::internalLoader()
 
 qint64 IxDataLoader::memoryLimit() const
 {
-    return m_memoryLimit > 0 ? m_memoryLimit : internal::defaultMemoryLimit();
+    return m_memoryLimit > 0 ? m_memoryLimit : CxImageFormatManager::instance()->memoryLimit();
 }
 
 }  // namespace ep

@@ -8,8 +8,8 @@
 #include <ep/CxScopedBuffer.h>
 #include <ep/ExStatus.h>
 #include <ep/IxImageDataSaver.h>
-#include <ep/internal/DefaultMemoryLimit.h>
 #include <ep/internal/ImageCheck.h>
+#include <ep/internal/MemoryLimit.h>
 
 #include "CommonMetadataItem.h"
 #include "FormatCatalog.h"

@@ -2,11 +2,13 @@
 
 #include "ExitCodes.h"
 #include "InterruptHandler.h"
+#include "Limits.h"
 
 #include <ep/CxSafeFile.h>
 
 #include <atomic>
 #include <csignal>
+#include <cstring>
 #include <initializer_list>
 #include <system_error>
 #include <thread>
@@ -35,12 +37,16 @@ void openNoMoreFiles()
 [[noreturn]] void waitForSignal(const sigset_t& interrupts)
 {
     int signal = 0;
-    while (sigwait(&interrupts, &signal) != 0 || InterruptHandler::takesInterrupt())
+    while (sigwait(&interrupts, &signal) != 0 || (signal != SIGXCPU && InterruptHandler::takesInterrupt()))
         continue;
     isInterrupted = true;
     openNoMoreFiles();
     ep::CxSafeFile::abandonAll();
-    _exit(static_cast<int>(ExitCode::Cancelled));
+    if (signal != SIGXCPU)
+        _exit(static_cast<int>(ExitCode::Cancelled));
+    // Not through the Output: a thread that never ends may hold it.
+    static_cast<void>(!::write(STDERR_FILENO, processorTimeIsOver, std::strlen(processorTimeIsOver)));
+    _exit(static_cast<int>(ExitCode::Refused));
 }
 
 }  // namespace
@@ -49,7 +55,7 @@ void endCleanlyOnSignals()
 {
     sigset_t interrupts;
     sigemptyset(&interrupts);
-    for (int signal : {SIGINT, SIGTERM, SIGHUP})
+    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGXCPU})
         if (!isIgnored(signal))
             sigaddset(&interrupts, signal);
     pthread_sigmask(SIG_BLOCK, &interrupts, nullptr);

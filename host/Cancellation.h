@@ -7,7 +7,8 @@
 /**
  * From now on SIGINT, SIGTERM and SIGHUP end the program with ExitCode::Cancelled, after the temporary files of
  * unfinished outputs are removed, unless an InterruptHandler takes them. A signal that was ignored when the program
- * started stays ignored. Call it before any other thread exists.
+ * started stays ignored. SIGXCPU, which says that the program's processor time is over, ends it alike, with
+ * ExitCode::Refused. Call it before any other thread exists.
  */
 void endCleanlyOnSignals();
 

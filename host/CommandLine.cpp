@@ -8,6 +8,7 @@
 #include "DiffCommand.h"
 #include "FormatsCommand.h"
 #include "InfoCommand.h"
+#include "Limits.h"
 #include "MatCommand.h"
 #include "PluginsCommand.h"
 #include "PreviewCommand.h"
@@ -32,13 +33,22 @@ void describeCommandLine(CLI::App& program, Output& output, ExitCode& exitCode)
     program.set_version_flag("--version", "orn " ORN_VERSION, "Print the version and exit");
     program.set_help_flag("-h,--help", "Print this help and exit");
     program.require_subcommand(1);
-    program.footer("Examples:\n"
-                   "  orn info photo.dng\n"
-                   "  orn convert photo.dng photo.mat\n"
-                   "  orn convert --help\n"
-                   "\n"
-                   "Exit codes: 0 done, 1 some files failed or images differ, 2 usage, 3 unreadable input,\n"
-                   "4 unwritable output, 5 refused (would lose samples, too large), 130 cancelled");
+    program.fallthrough();  // options of the program may stand behind the subcommand, too
+    addLimitOptions(program);
+    program.footer(
+        "Examples:\n"
+        "  orn info photo.dng\n"
+        "  orn convert photo.dng photo.mat\n"
+        "  orn convert --help\n"
+        "  orn --untrusted convert download.dng download.mat\n"
+        "\n"
+        "--untrusted is for files that may be made to harm. An image may take at most 1 GiB (less with\n"
+        "--memory-limit), the program 4 times that and 2 GiB of addresses, a file that it writes twice that,\n"
+        "and each file 60 seconds of processor time. MAT files of version 7.3 are refused, because the HDF5\n"
+        "library can crash on forged ones.\n"
+        "\n"
+        "Exit codes: 0 done, 1 some files failed or images differ, 2 usage, 3 unreadable input,\n"
+        "4 unwritable output, 5 refused (would lose samples, too large), 130 cancelled");
     for (AddCommand add : commands)
         add(program, output, exitCode);
 }

@@ -67,10 +67,11 @@ std::string subcommandNames(const CLI::App& command)
     return names;
 }
 
-/** What is wrong with the command line of @p command; the parser's own words where they are plain. */
-std::string reasonOf(const CLI::App& command, const CLI::ParseError& error)
+/** What is wrong with the line of @p program, in @p command; the parser's own words where they are plain. */
+std::string reasonOf(const CLI::App& program, const CLI::App& command, const CLI::ParseError& error)
 {
-    const std::vector<std::string> rest = command.remaining();
+    constexpr bool ofSubcommandsToo = true;
+    const std::vector<std::string> rest = program.remaining(ofSubcommandsToo);
     if (!rest.empty() && dynamic_cast<const CLI::ExtrasError*>(&error))
         return rest.front().front() == '-' ? "there is no option " + rest.front()
                                            : "'" + rest.front() + "' is one argument too many";
@@ -99,7 +100,7 @@ ExitCode answer(const CLI::App& program, const CLI::ParseError& error, Output& o
         command = command->get_subcommands().front();
         name += " " + command->get_name();
     }
-    output.problem(QString(), text(reasonOf(*command, error)));
+    output.problem(QString(), text(reasonOf(program, *command, error)));
     output.problem(QString(), QStringLiteral("try '%1 --help'").arg(text(name)));
     return ExitCode::Usage;
 }

@@ -5,7 +5,7 @@
 #include <orn/matlab/AddImage.h>
 #include <orn/matlab/MatFile.h>
 
-#include <ep/internal/DefaultMemoryLimit.h>
+#include <ep/CxImageFormatManager.h>
 
 namespace orn {
 namespace matlab {
@@ -14,7 +14,7 @@ bool LoadEntropyImageFromMat(QString const& prefix, QString const& path, ep::SxI
 {
     MatDirectory directory;
     ep::SxFileError error;
-    const qint64 limit = ep::internal::defaultMemoryLimit();
+    const qint64 limit = ep::CxImageFormatManager::instance()->memoryLimit();
     return directory.open(path, entropyVariables(prefix), limit, error)
            && readEntropyPlanes(directory, prefix, limit, image, error);
 }

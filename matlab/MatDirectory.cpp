@@ -3,11 +3,12 @@
 #include "MatFileCheck.h"
 #include "MatSampleTypes.h"
 
-#include <ep/internal/CheckedSize.h>
+#include <ep/internal/MemoryLimit.h>
 
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 
 namespace orn {
@@ -40,6 +41,19 @@ qint64 MatEntry::elements() const
     return product.isValid() ? product.value() : -1;
 }
 
+/** Does what matio does in @p read. It passes over a read that fails, and leaves what the C library said of it. */
+template <typename Read>
+auto MatDirectory::watched(Read&& read)
+{
+    errno = 0;
+    auto result = read();
+    const int code = errno;
+    // HDF5 tries what may fail, and notices what must not.
+    if (code != 0 && Mat_GetVersion(m_mat.get()) != MAT_FT_MAT73)
+        m_readFailure = QStringLiteral("it could not be read: ") + qt_error_string(code);
+    return result;
+}
+
 bool MatDirectory::open(const QString& path, const QList<QByteArray>& readable, qint64 memoryLimit,
                         ep::SxFileError& error)
 {
@@ -54,9 +68,12 @@ bool MatDirectory::open(const QString& path, const QList<QByteArray>& readable, 
         return false;
     }
     m_fileBytes = QFileInfo(path).size();
-    while (MatVarHandle info{Mat_VarReadNextInfo(m_mat.get())})
+    const auto next = [this] { return MatVarHandle(Mat_VarReadNextInfo(m_mat.get())); };
+    while (MatVarHandle info = watched(next))
         add(std::move(info), readable);
-    return true;
+    if (!m_readFailure.isEmpty())
+        error = {ep::ExFileError::Unreadable, m_readFailure};
+    return m_readFailure.isEmpty();
 }
 
 void MatDirectory::add(MatVarHandle info, const QList<QByteArray>& readable)
@@ -101,10 +118,15 @@ MatVarHandle MatDirectory::readData(MatEntry& entry, qint64 elementBytes, qint64
     if (!bytes.isValid() || entry.elements() / largestExpansion > m_fileBytes)
         return refuse(error, ep::ExFileError::Unreadable,
                       QStringLiteral("a variable is larger than its file can hold"));
-    if (!bytes.fits(limit))
-        return refuse(error, ep::ExFileError::TooLarge, QStringLiteral("a variable is past the memory limit"));
+    if (!bytes.fits(limit)) {
+        error = ep::internal::pastMemoryLimit(bytes, limit, QStringLiteral("a variable"));
+        return nullptr;
+    }
     MatVarHandle variable = std::move(entry.info);
-    if (Mat_VarReadDataAll(m_mat.get(), variable.get()) != 0)
+    const bool isRead = watched([&] { return Mat_VarReadDataAll(m_mat.get(), variable.get()) == 0; });
+    if (!m_readFailure.isEmpty())
+        return refuse(error, ep::ExFileError::Unreadable, m_readFailure);
+    if (!isRead)
         return refuse(error, ep::ExFileError::Unreadable, QStringLiteral("the data of a variable cannot be read"));
     return variable;
 }
@@ -134,11 +156,15 @@ bool MatDirectory::hasPieces(const MatEntry& entry) const
 bool MatDirectory::readPiece(MatEntry& entry, qint64 first, qint64 count, void* target, ep::SxFileError& error)
 {
     constexpr int oneAfterAnother = 1;
-    if (Mat_VarReadDataLinear(m_mat.get(), entry.info.get(), target, static_cast<int>(first), oneAfterAnother,
-                              static_cast<int>(count))
-        == 0)
+    const bool isRead = watched([&] {
+        return Mat_VarReadDataLinear(m_mat.get(), entry.info.get(), target, static_cast<int>(first), oneAfterAnother,
+                                     static_cast<int>(count))
+               == 0;
+    });
+    if (isRead && m_readFailure.isEmpty())
         return true;
-    error = {ep::ExFileError::Unreadable, QStringLiteral("the data of a variable cannot be read")};
+    error = {ep::ExFileError::Unreadable,
+             isRead ? m_readFailure : QStringLiteral("the data of a variable cannot be read")};
     return false;
 }
 

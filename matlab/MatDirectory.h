@@ -83,7 +83,12 @@ public:
      */
     bool readText(MatEntry& entry, qint64 limit, QString& text);
 
+    /** Why the system could not read a part of the file so far, an I/O error for example; empty when it could. */
+    QString readFailure() const { return m_readFailure; }
+
 private:
+    template <typename Read>
+    auto watched(Read&& read);
     MatVarHandle readData(MatEntry& entry, qint64 elementBytes, qint64 limit, ep::SxFileError& error);
     void add(MatVarHandle info, const QList<QByteArray>& readable);
 
@@ -92,6 +97,7 @@ private:
     std::vector<MatEntry> m_entries;
     QHash<QByteArray, size_t> m_byName;
     qint64 m_fileBytes = 0;
+    QString m_readFailure;
     size_t m_firstMatrix = 0;
     bool m_hasMatrix = false;
 };

@@ -71,7 +71,10 @@ bool MatElementWalk::refuse(const char* reason)
 bool MatElementWalk::charge(qint64 memory)
 {
     m_memoryLeft -= memory;
-    return m_memoryLeft >= 0 || refuse("its description is past the memory limit");
+    if (m_memoryLeft < 0)
+        m_reason = QStringLiteral("the description of its variables takes more than the memory limit of %1 bytes")
+                       .arg(m_memoryLimit);
+    return m_memoryLeft >= 0;
 }
 
 bool MatElementWalk::take(Span& span, void* target, qint64 bytes)

@@ -28,7 +28,10 @@ public:
      * @param isSwapped   the file's byte order is not this machine's
      * @param memoryLimit most bytes that matio's descriptions of the elements may take
      */
-    MatElementWalk(bool isSwapped, qint64 memoryLimit) : m_isSwapped(isSwapped), m_memoryLeft(memoryLimit) {}
+    MatElementWalk(bool isSwapped, qint64 memoryLimit)
+        : m_isSwapped(isSwapped), m_memoryLimit(memoryLimit), m_memoryLeft(memoryLimit)
+    {
+    }
 
     /** Reads a full tag. */
     bool tag(MatByteSource& source, quint32& type, quint32& bytes);
@@ -82,6 +85,7 @@ private:
     bool sparse(Span& span, Header header);
 
     bool m_isSwapped;
+    qint64 m_memoryLimit;
     qint64 m_memoryLeft;
     QString m_reason;
 };

@@ -3,6 +3,7 @@
 #include "MatByteSource.h"
 #include "MatElementWalk.h"
 
+#include <ep/CxImageFormatManager.h>
 #include <ep/internal/CheckedSize.h>
 
 #include <QFile>
@@ -130,6 +131,15 @@ SxFileError checkVersion4(MatFileSource& source)
     return {};
 }
 
+SxFileError checkVersion73()
+{
+    if (ep::CxImageFormatManager::instance()->trustsFiles())
+        return {};
+    return {ExFileError::Refused,
+            QStringLiteral("it is a MAT file of version 7.3, which is not read where files are not trusted: the HDF5 "
+                           "library can crash on a forged one")};
+}
+
 }  // namespace
 
 SxFileError checkMatFile(const QString& path, qint64 memoryLimit)
@@ -146,7 +156,7 @@ SxFileError checkMatFile(const QString& path, qint64 memoryLimit)
     MatFileSource source(file);
     const Format format = readFormat(source);
     if (format.version == MAT_FT_MAT73)
-        return {};
+        return checkVersion73();
     if (format.version == MAT_FT_MAT5)
         return checkVersion5(source, format.isSwapped, memoryLimit);
     return checkVersion4(source);

@@ -1,7 +1,7 @@
 #include "MatImageAllocation.h"
 
 #include <ep/ExStatus.h>
-#include <ep/internal/CheckedSize.h>
+#include <ep/internal/MemoryLimit.h>
 
 #include <limits>
 
@@ -37,8 +37,8 @@ bool describeImage(const MatEntry& first, ep::ExImageDataType type, qint64 limit
     const auto bytes =
         ep::internal::CheckedSize(image.width) * image.height * image.channels * ep::sampleFacts(type).bytes;
     if (!bytes.fits(limit))
-        return refuse(error, ep::ExFileError::TooLarge, QStringLiteral("the image is past the memory limit"));
-    return true;
+        error = ep::internal::pastMemoryLimit(bytes, limit);
+    return bytes.fits(limit);
 }
 
 bool allocateImage(ep::CxScopedBuffer& image, ep::SxFileError& error)

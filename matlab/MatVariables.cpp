@@ -5,7 +5,7 @@
 #include "MatNames.h"
 #include "MatSampleTypes.h"
 
-#include <ep/internal/DefaultMemoryLimit.h>
+#include <ep/CxImageFormatManager.h>
 
 namespace orn {
 namespace matlab {
@@ -55,7 +55,8 @@ void setRoles(QVector<MatVariable>& variables, MatDirectory& directory)
     ep::CxMetadata metadata;
     MatEntry* const text = findMetadata(directory);
     setRole(variables, directory, text, QStringLiteral("metadata"));
-    const bool isValid = text && readMetadata(directory, *text, ep::internal::defaultMemoryLimit(), metadata);
+    const bool isValid =
+        text && readMetadata(directory, *text, ep::CxImageFormatManager::instance()->memoryLimit(), metadata);
     const auto* item = findItem<CxMatlabImageMetadata>(metadata);
     if (isValid && item && item->savedChannels != 0)
         setPlaneRoles(variables, directory, ownPlaneNames(directory, item->savedChannels));
@@ -69,7 +70,8 @@ bool ListMatVariables(QString const& path, QVector<MatVariable>& variables, QStr
 {
     MatDirectory directory;
     ep::SxFileError error;
-    if (!directory.open(path, {metadataName().toLatin1()}, ep::internal::defaultMemoryLimit(), error)) {
+    if (!directory.open(path, {metadataName().toLatin1()}, ep::CxImageFormatManager::instance()->memoryLimit(),
+                        error)) {
         if (reason)
             *reason = error.reason;
         return false;

@@ -9,10 +9,9 @@
 #include "MatSampleTypes.h"
 #include "ReadMatVariable.h"
 
+#include <ep/CxImageFormatManager.h>
 #include <ep/CxScopedBuffer.h>
 #include <ep/ExStatus.h>
-
-#include <ep/internal/DefaultMemoryLimit.h>
 #include <ep/internal/MosaicCell.h>
 
 #include <algorithm>
@@ -131,6 +130,9 @@ bool readPlanes(Reading& reading, const Planes& planes, ep::SxImageBuf& image)
         return false;
     }
     planes.restoration.finish(loaded.image(), bits);
+    // Without memory for the mosaic the planes stay, which is no failure, but is told.
+    if (planes.restoration.isMosaic(loaded.image()) && ep::internal::isBayerGrid(planes.restoration.grid))
+        reading.error = {ep::ExFileError::TooLarge, QStringLiteral("there is not enough memory for its mosaic")};
     ep::FreeBuffer(image);
     image = loaded.take();
     return true;
@@ -211,7 +213,8 @@ bool readMatImage(const QString& path, const ReadMatOptions& options, ep::SxImag
     isEntropy = false;
     error = ep::SxFileError();
     MatDirectory directory;
-    const qint64 limit = options.memoryLimit > 0 ? options.memoryLimit : ep::internal::defaultMemoryLimit();
+    const qint64 limit =
+        options.memoryLimit > 0 ? options.memoryLimit : ep::CxImageFormatManager::instance()->memoryLimit();
     if (!directory.open(path, readableNames(options), limit, error)) {
         ep::FreeBuffer(image);
         return false;
@@ -226,6 +229,9 @@ bool readMatImage(const QString& path, const ReadMatOptions& options, ep::SxImag
     const bool isRead = isNamed ? readNamed(reading, image, metadata) : readOwnOrForeign(reading, image, metadata);
     if (!isRead)
         ep::FreeBuffer(image);
+    // The metadata alone may be lost: the image is then not what was written.
+    else if (!directory.readFailure().isEmpty())
+        error = {ep::ExFileError::Unreadable, directory.readFailure()};
     return isRead;
 }
 

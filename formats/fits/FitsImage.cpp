@@ -2,7 +2,7 @@
 
 #include "FitsTypes.h"
 
-#include <ep/internal/CheckedSize.h>
+#include <ep/internal/MemoryLimit.h>
 
 #include <algorithm>
 #include <limits>
@@ -171,8 +171,8 @@ bool takeTiles(FitsImage& image, qint64 memoryLimit, SxFileError& error)
     if (!tiles.fits(header.integer("NAXIS2", 0)))
         return fail(error, QStringLiteral("its table has fewer rows than the image has tiles"));
     if (!tileBytes.fits(std::max<qint64>(memoryLimit, blockBytes)))
-        return fail(error, QStringLiteral("a tile of it is past the memory limit"), ExFileError::TooLarge);
-    return true;
+        error = internal::pastMemoryLimit(tileBytes, memoryLimit, QStringLiteral("a tile of its image"));
+    return !error;
 }
 
 /** Compares the size of the image with that of its stored bytes and the memory limit. */
@@ -183,12 +183,10 @@ bool checkSize(const FitsImage& image, qint64 memoryLimit, SxFileError& error)
     const CheckedSize bytes = CheckedSize(info.width) * info.height * info.channels * sampleBytes;
     if (!bytes.isValid() || info.width > largestDimension / sampleBytes)
         return fail(error, QStringLiteral("its image is past what memory can hold"), ExFileError::TooLarge);
-    if (!bytes.fits(memoryLimit))
-        return fail(error,
-                    QStringLiteral("its image takes %1 bytes, past the memory limit of %2 bytes")
-                        .arg(bytes.value())
-                        .arg(memoryLimit),
-                    ExFileError::TooLarge);
+    if (!bytes.fits(memoryLimit)) {
+        error = internal::pastMemoryLimit(bytes, memoryLimit);
+        return false;
+    }
     if (image.isCompressed && bytes.value() / mostExpansion > image.stored)
         return fail(error, QStringLiteral("%1 bytes cannot hold its image").arg(image.stored));
     return true;

@@ -83,7 +83,9 @@ SxFileError CxOiioImageLoader::Source::open()
     if (input->open(QFile::encodeName(path).toStdString(), spec, untouched()))
         return {};
     const QString reason = clause(input->geterror(), path);
-    return {ExFileError::Unreadable,
+    // The library has no code for it; the text names both sizes.
+    const bool isPastLimit = reason.contains(QLatin1String("MB limit"));
+    return {isPastLimit ? ExFileError::TooLarge : ExFileError::Unreadable,
             reason.isEmpty() ? QStringLiteral("it is damaged or not a file of its format") : reason};
 }
 

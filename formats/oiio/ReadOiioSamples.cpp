@@ -6,7 +6,7 @@
 #include "UndoScaling.h"
 
 #include <ep/ExStatus.h>
-#include <ep/internal/CheckedSize.h>
+#include <ep/internal/MemoryLimit.h>
 
 #include <QFileInfo>
 
@@ -93,12 +93,10 @@ SxFileError checkSize(const SxImageInfo& info, qint64 fileBytes, qint64 memoryLi
     constexpr qint64 alwaysFine = 256 << 20;
     const CheckedSize rowBytes = CheckedSize(info.width) * info.channels * sampleFacts(info.dataType).bytes;
     const CheckedSize bytes = rowBytes * info.height;
-    if (!bytes.fits(memoryLimit) || !rowBytes.fits(std::numeric_limits<qint32>::max()))
-        return {ExFileError::TooLarge,
-                QStringLiteral("an image of %1 x %2 pixels with %3 channels is past the memory limit")
-                    .arg(info.width)
-                    .arg(info.height)
-                    .arg(info.channels)};
+    if (!bytes.fits(memoryLimit))
+        return internal::pastMemoryLimit(bytes, memoryLimit);
+    if (!rowBytes.fits(std::numeric_limits<qint32>::max()))
+        return {ExFileError::TooLarge, QStringLiteral("a row of its image takes more bytes than an image can have")};
     if (!bytes.fits(std::max(alwaysFine, (CheckedSize(fileBytes) * mostExpansion).value())))
         return {ExFileError::Unreadable, QStringLiteral("the file is too short for its samples")};
     return {};

@@ -2,7 +2,7 @@
 
 #include "PnmScanner.h"
 
-#include <ep/internal/CheckedSize.h>
+#include <ep/internal/MemoryLimit.h>
 #include <ep/internal/PlaneView.h>
 #include <ep/internal/SampleVisitor.h>
 
@@ -199,11 +199,8 @@ bool checkRasterSize(const PnmScanner& scanner, const PnmHeader& header, qint64 
                     QStringLiteral("a row of its image takes %1 bytes, past what an image can have").arg(rowBytes),
                     ExFileError::TooLarge);
     if (bytes > memoryLimit)
-        return fail(
-            error,
-            QStringLiteral("its image takes %1 bytes, past the memory limit of %2 bytes").arg(bytes).arg(memoryLimit),
-            ExFileError::TooLarge);
-    return true;
+        error = internal::pastMemoryLimit(bytes, memoryLimit);
+    return !error;
 }
 
 bool readRaster(PnmScanner& scanner, const PnmHeader& header, SxImageBuf& image, SxFileError& error)

@@ -1,6 +1,6 @@
 #include "RawFile.h"
 
-#include <ep/internal/CheckedSize.h>
+#include <ep/internal/MemoryLimit.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -116,12 +116,10 @@ bool RawFile::checkSize(qint64 fileBytes, qint64 memoryLimit, SxFileError& error
     const libraw_image_sizes_t& sizes = data().sizes;
     const CheckedSize samples = CheckedSize(sizes.raw_width) * sizes.raw_height;
     const CheckedSize bytes = samples * qint64(sizeof(ushort));
-    if (!bytes.fits(memoryLimit))
-        return fail(error, ExFileError::TooLarge,
-                    QStringLiteral("a sensor of %1 x %2 samples is past the memory limit of %3 MiB")
-                        .arg(sizes.raw_width)
-                        .arg(sizes.raw_height)
-                        .arg(memoryLimit / mebibyte));
+    if (!bytes.fits(memoryLimit)) {
+        error = internal::pastMemoryLimit(bytes, memoryLimit);
+        return false;
+    }
     const RawDirectory* directory = m_tags.mosaic();
     const bool isPlain = data().idata.dng_version != 0 && directory && directory->compression == tiffUncompressed;
     const qint64 fileBits = fileBytes * 8;

@@ -3,7 +3,7 @@
 #include "TiffRowDecoder.h"
 
 #include <ep/ExStatus.h>
-#include <ep/internal/CheckedSize.h>
+#include <ep/internal/MemoryLimit.h>
 #include <ep/internal/PlaneView.h>
 
 #include <algorithm>
@@ -98,8 +98,7 @@ private:
         const qint64 rowBytes = rowBits.value() / 8;
         const CheckedSize bytes = CheckedSize(rowBytes) * height;
         if (!rowBits.isValid() || !bytes.fits(memoryLimit)) {
-            m_error = {ExFileError::TooLarge,
-                       QStringLiteral("a tile of %1 x %2 pixels is past the memory limit").arg(width).arg(height)};
+            m_error = internal::pastMemoryLimit(bytes, memoryLimit, QStringLiteral("a tile of its image"));
             return false;
         }
         if (TIFFTileSize64(m_file.handle()) != static_cast<uint64_t>(bytes.value()))

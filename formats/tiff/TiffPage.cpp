@@ -1,6 +1,6 @@
 #include "TiffPage.h"
 
-#include <ep/internal/CheckedSize.h>
+#include <ep/internal/MemoryLimit.h>
 
 #include <cmath>
 #include <limits>
@@ -181,12 +181,10 @@ bool checkPageSize(const TiffPage& page, qint64 fileBytes, qint64 memoryLimit, S
     const SxImageInfo& image = page.image;
     const CheckedSize bytes =
         CheckedSize(image.width) * image.height * image.channels * sampleFacts(image.dataType).bytes;
-    if (!bytes.fits(memoryLimit))
-        return refuse(error, ExFileError::TooLarge,
-                      QStringLiteral("an image of %1 x %2 pixels with %3 channels is past the memory limit")
-                          .arg(image.width)
-                          .arg(image.height)
-                          .arg(image.channels));
+    if (!bytes.fits(memoryLimit)) {
+        error = internal::pastMemoryLimit(bytes, memoryLimit);
+        return false;
+    }
     const qint64 planes = image.layout == LayoutPlanar ? image.channels : 1;
     const CheckedSize encoded = CheckedSize(page.rowBytes) * image.height * planes;
     const qint64 expansion = largestExpansion(page.compression);

@@ -1,6 +1,7 @@
 #include "FolderScan.h"
 
 #include "InterruptHandler.h"
+#include "Limits.h"
 #include "Output.h"
 #include "ProgressDisplay.h"
 
@@ -67,6 +68,7 @@ FolderDepth scanFolder(const QString& folder, const QStringList& filters, orn::P
         // The scan begins with a reset, which forgets an interrupt that came before it.
         if (isInterrupted && !progress.isCanceled())
             progress.cancel();
+        grantProcessorTime();
         display.setDone(filesDone(progress, depth.files));
     };
     QObject::connect(&progress, &orn::CxProgressInfo::updated, &progress, onUpdate, Qt::DirectConnection);

@@ -5,6 +5,7 @@
 #include "ImageReport.h"
 #include "InputList.h"
 #include "Json.h"
+#include "Limits.h"
 #include "MetadataReport.h"
 #include "Output.h"
 #include "TerminalHistogram.h"
@@ -98,6 +99,7 @@ void checkOptions(const InfoOptions& options, const QStringList& files)
 ExitCode report(const QString& file, const InfoOptions& options, QJsonArray& answers, Output& output)
 {
     output.setSubject(file);
+    grantProcessorTime();
     ep::CxScopedBuffer image;
     ep::CxMetadata metadata;
     ep::SxFileError error;

@@ -1,6 +1,7 @@
 #include "PreviewSheet.h"
 
 #include "Json.h"
+#include "Limits.h"
 #include "LoadCharts.h"
 #include "Output.h"
 #include "PreviewPicture.h"
@@ -18,6 +19,7 @@ ExitCode addTile(const QString& file, charts::IxContactSheet& sheet, QJsonArray&
     PreviewPicture preview;
     ep::SxFileError error;
     output.setSubject(file);
+    grantProcessorTime();
     if (readPicture(file, PreviewRequest(), preview, error)) {
         sheet.addPicture(preview.picture.image(), caption);
     } else {

@@ -2,6 +2,7 @@
 
 #include "ImageParts.h"
 #include "ImageReport.h"
+#include "Limits.h"
 #include "MetadataReport.h"
 #include "Mosaic.h"
 #include "NoteCollector.h"
@@ -177,6 +178,7 @@ bool Run::readFrames()
     for (const QString& file : m_request.frames) {
         Picture frame;
         progress.setCurrent(file);
+        grantProcessorTime();
         if (!load(file, frame) || (m_search.frames() == 0 && !startWith(file, frame)) || !add(file, frame))
             return false;
         progress.addDone();

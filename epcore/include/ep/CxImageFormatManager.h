@@ -83,9 +83,21 @@ public:
     /** Looks for format plug-ins in @p folder too; their names must not be known yet. */
     void addPluginFolder(const QString& folder);
 
-    /** Most bytes that one image may take; larger ones are refused. Half of the machine's memory unless set. */
+    /**
+     * Most bytes that the samples of one image may take: a file that declares more is refused, with both numbers,
+     * before memory is asked for. Half of the machine's memory unless set. Loaders that nobody gave a limit of their
+     * own, and the functions that read MAT and text files, keep to it too. What is in work at once, and what decoding
+     * and operations need beside the image, is not counted.
+     */
     qint64 memoryLimit() const;
     void setMemoryLimit(qint64 bytes);  ///< sets memoryLimit(); 0 or less: the default
+
+    /**
+     * Whether the files come from people who mean well: true unless set. When false, loaders refuse what the libraries
+     * below them are known to crash on when it is made with intent: MAT files of version 7.3.
+     */
+    bool trustsFiles() const;
+    void setTrustsFiles(bool trusts);  ///< sets trustsFiles()
 
     CxImageFormatManager(const CxImageFormatManager&) = delete;
     CxImageFormatManager& operator=(const CxImageFormatManager&) = delete;

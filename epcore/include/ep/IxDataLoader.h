@@ -82,7 +82,7 @@ public:
      */
     QMap<QString, QVariant> options() const { return m_options; }
     void setOptions(const QMap<QString, QVariant>& options) { m_options = options; }  ///< sets options()
-    /** Most bytes that one image may take; larger ones are refused. Half of the machine's memory unless set. */
+    /** Most bytes that one image may take; larger ones are refused. The format manager's limit unless set. */
     qint64 memoryLimit() const;
     void setMemoryLimit(qint64 bytes) { m_memoryLimit = bytes; }  ///< sets memoryLimit(); 0 or less: the default
 
