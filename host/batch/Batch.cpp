@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "InterruptHandler.h"
+#include "Limits.h"
 #include "Output.h"
 #include "PictureFile.h"
 #include "ProgressDisplay.h"
@@ -101,6 +102,7 @@ void Workers::serveFiles()
 {
     while (const BatchItem* item = takeNext()) {
         m_display.setCurrent(QFileInfo(item->input).fileName());
+        grantProcessorTime(m_pool.maxThreadCount());
         QElapsedTimer timer;
         timer.start();
         const FileOutcome outcome = serve(*item);
@@ -139,7 +141,8 @@ QVector<BatchItem> planned(const QStringList& files, const BatchOptions& options
     if (!suffix.isEmpty() && !canBeWritten(QStringLiteral("file.") + suffix, error))
         refuse(QStringLiteral("--to: ") + error.reason);
     QVector<BatchItem> items;
-    refuse(planBatch(files, options.inputs, {text(options.folder), suffix, options.resume, text(options.log)}, items));
+    refuse(planBatch(files, options.inputs,
+                     {text(options.folder), suffix, options.resume, text(options.log), work.besides}, items));
     for (const BatchItem& item : qAsConst(items))
         refuse(work.refuse(item.input, item.output));
     return items;
@@ -215,7 +218,10 @@ void addBatchOptions(CLI::App& command, BatchOptions& options)
         ->type_name("N")
         ->check(CLI::PositiveNumber)
         ->needs(folder);
-    command.add_flag("--resume", options.resume, "Skip a file whose output exists and is newer than it")->needs(folder);
+    command
+        .add_flag("--resume", options.resume,
+                  "Skip a file whose output, and what is made with it, exists and is newer than it")
+        ->needs(folder);
     command.add_option("--run-log", options.log, "Report each file in this file as it ends: a line of JSON")
         ->type_name("FILE")
         ->needs(folder);

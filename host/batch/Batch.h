@@ -30,6 +30,8 @@ struct BatchWork {
     BatchWords words;
     /** Why the options do not fit two file names, or nothing. */
     std::function<QString(const QString& input, const QString& output)> refuse;
+    /** The files that are made with an output; null: none. */
+    std::function<QStringList(const QString& output)> besides;
     /** Makes one file; several threads call it at once. */
     std::function<FileOutcome(const QString& input, const QString& output)> serve;
 };

@@ -6,6 +6,8 @@
 #include <QHash>
 #include <QPair>
 
+#include <algorithm>
+
 #include <sys/stat.h>
 
 namespace {
@@ -37,12 +39,17 @@ bool isNewer(const struct timespec& a, const struct timespec& b)
     return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_nsec > b.tv_nsec;
 }
 
-bool isDone(const BatchItem& item)
+bool isDone(const BatchItem& item, const BatchTarget& target)
 {
     struct stat input = {};
-    struct stat output = {};
-    return look(item.input, input) && look(item.output, output) && S_ISREG(output.st_mode)
-           && isNewer(output.st_mtim, input.st_mtim);
+    if (!look(item.input, input))
+        return false;
+    const QStringList besides = target.besides ? target.besides(item.output) : QStringList();
+    const QStringList made = QStringList(item.output) + besides;
+    return std::all_of(made.begin(), made.end(), [&input](const QString& file) {
+        struct stat output = {};
+        return look(file, output) && S_ISREG(output.st_mode) && isNewer(output.st_mtim, input.st_mtim);
+    });
 }
 
 QString refusedCollision(const QStringList& files, const BatchTarget& target)
@@ -91,7 +98,7 @@ QString planBatch(const QStringList& files, const InputListOptions& share, const
         written << target.log;
     for (const QString& file : shardOf(files, share)) {
         BatchItem item{file, outputOf(file, target)};
-        item.isDone = target.resume && isDone(item);
+        item.isDone = target.resume && isDone(item, target);
         items << item;
         written << item.output;
     }

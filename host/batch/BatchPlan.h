@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QVector>
 
+#include <functional>
+
 /** One file of a batch. */
 struct BatchItem {
     QString input;
@@ -21,12 +23,14 @@ struct BatchTarget {
     QString folder;
     QString suffix;  ///< empty: that of the input
     bool resume = false;
-    QString log;  ///< the report of the run; empty: none
+    QString log;                                                ///< the report of the run; empty: none
+    std::function<QStringList(const QString& output)> besides;  ///< what is made with an output; null: nothing
 };
 
 /**
  * Gives this run's share of @p files its outputs, all in one folder: the input's name with the suffix. With resume,
- * what has an output that is newer than the input is done; outputs appear as a whole or not at all.
+ * what has an output that is newer than the input, and so has what is made besides, is done; outputs appear as a whole
+ * or not at all.
  * @return why the plan is refused, or nothing: two files, also of other shares, would become the same one, or one of
  *         the files would be replaced
  */

@@ -40,6 +40,12 @@ ExitCode repairMany(const RepairRequest& request, Output& output)
     work.refuse = [&](const QString& from, const QString& to) {
         return refusedRepair(optionsOfOne(options, to), from, to);
     };
+    work.besides = [&](const QString& to) {
+        const RepairOptions own = optionsOfOne(options, to);
+        QStringList files{text(own.report), text(own.overlay)};
+        files.removeAll(QString());
+        return files;
+    };
     work.serve = [&](const QString& from, const QString& to) {
         return repairFile(optionsOfOne(options, to), from, to);
     };

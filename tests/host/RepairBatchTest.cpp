@@ -12,6 +12,7 @@ private slots:
     void initTestCase();
     void everyFileHasItsReportAndOverlay();
     void aBatchIsReplayed();
+    void resumeMakesWhatHasNoReportAgain();
     void oneMapServesAll();
     void aFileThatDoesNotFitFailsAlone();
     void filesOfAllAreRefused_data();
@@ -53,6 +54,20 @@ void RepairBatchTest::aBatchIsReplayed()
     const ProgramRun run = m_files.run("orn repair d*.tif --replay 'replays/{}.json' --out-dir second --quiet");
     QVERIFY2(run.code == 0, run.all());
     QCOMPARE(m_files.contents("second"), m_files.contents("first"));
+}
+
+// A run that is killed between the image and its report leaves the one without the other.
+void RepairBatchTest::resumeMakesWhatHasNoReportAgain()
+{
+    const QString line = QStringLiteral("orn repair d*.tif --low 0 --report 'resumed/{}.csv' "
+                                        "--overlay 'resumed/{}.png' --out-dir on --quiet --resume");
+    QVERIFY(m_files.run("mkdir resumed").code == 0);
+    QCOMPARE(m_files.run(line).out, QStringLiteral("6 repaired\n"));
+    QVERIFY(m_files.run("rm resumed/d2.tif.csv resumed/d4.tif.png && touch -d 2001-01-01 resumed/d5.tif.csv").code
+            == 0);
+    QCOMPARE(m_files.run(line).out, QStringLiteral("3 repaired, 3 skipped\n"));
+    QCOMPARE(m_files.names("resumed").size(), 12);
+    QCOMPARE(m_files.run(line).out, QStringLiteral("0 repaired, 6 skipped\n"));
 }
 
 void RepairBatchTest::oneMapServesAll()
