@@ -131,8 +131,9 @@ IxMetadataItem* CxMetadata::findItem(const QMetaObject& type) const
 
 void CxMetadata::addMetadata(IxMetadataItem* item)
 {
-    if (item)
-        m_items.emplace_back(item);
+    std::unique_ptr<IxMetadataItem> owned(item);  // also when there is no memory for one more
+    if (owned)
+        m_items.push_back(std::move(owned));
 }
 
 void CxMetadata::clear()

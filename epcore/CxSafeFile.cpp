@@ -4,14 +4,15 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
-#include <QSet>
 
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <map>
 #include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace ep {
 
@@ -28,8 +29,8 @@ public:
         if (m_fd >= 0)
             ::close(m_fd);
     }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor(Descriptor&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
+    Descriptor& operator=(Descriptor&&) = delete;
     bool isOpen() const { return m_fd >= 0; }
     int fd() const { return m_fd; }
 
@@ -67,8 +68,14 @@ bool failAbandoned(SxFileError& error)
 /** The temporary files that exist now, for abandonAll(). */
 struct LiveFiles {
     std::mutex mutex;  // not Qt's, which race detectors cannot see through
-    QSet<QByteArray> names;
+    /** Each with its folder, in which it is found also when that was moved away. */
+    std::map<QByteArray, Descriptor> names;
     bool areAbandoned = false;
+
+    static void remove(const QByteArray& name, const Descriptor& folder)
+    {
+        ::unlinkat(folder.fd(), name.mid(name.lastIndexOf('/') + 1), 0);
+    }
 };
 
 LiveFiles& liveFiles()
@@ -129,10 +136,13 @@ CxSafeFile::~CxSafeFile()
 {
     if (m_temporary.isEmpty())
         return;
-    const QByteArray name = QFile::encodeName(m_temporary);
-    const std::lock_guard<std::mutex> lock(liveFiles().mutex);
-    if (liveFiles().names.remove(name))
-        ::unlink(name);
+    LiveFiles& files = liveFiles();
+    const std::lock_guard<std::mutex> lock(files.mutex);
+    const auto file = files.names.find(QFile::encodeName(m_temporary));
+    if (file == files.names.end())
+        return;
+    LiveFiles::remove(file->first, file->second);
+    files.names.erase(file);
 }
 
 void CxSafeFile::abandonAll()
@@ -140,8 +150,8 @@ void CxSafeFile::abandonAll()
     LiveFiles& files = liveFiles();
     const std::lock_guard<std::mutex> lock(files.mutex);
     files.areAbandoned = true;
-    for (const QByteArray& name : qAsConst(files.names))
-        ::unlink(name);
+    for (const auto& file : files.names)
+        LiveFiles::remove(file.first, file.second);
     files.names.clear();
 }
 
@@ -157,12 +167,15 @@ bool CxSafeFile::create(SxFileError& error)
     const std::lock_guard<std::mutex> lock(files.mutex);
     if (files.areAbandoned)
         return failAbandoned(error);
+    Descriptor folder(::open(QFile::encodeName(target.path()), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.isOpen())
+        return fail(error, reasonOf(errno));
     for (;;) {
         const QString name = temporaryBeside(m_target);
         const Descriptor file(::open(QFile::encodeName(name), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
         if (file.isOpen()) {
             m_temporary = name;
-            files.names.insert(QFile::encodeName(name));
+            files.names.emplace(QFile::encodeName(name), std::move(folder));
             return true;
         }
         if (errno != EEXIST)
@@ -196,7 +209,7 @@ bool CxSafeFile::commit(bool refuseReplace, SxFileError& error)
         error = {code == EEXIST ? ExFileError::Refused : ExFileError::Unwritable, reasonOf(code)};
         return false;
     }
-    files.names.remove(from);
+    files.names.erase(from);
     lock.unlock();
     flushFolder(QFileInfo(m_target).path());
     m_temporary.clear();

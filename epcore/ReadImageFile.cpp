@@ -39,9 +39,10 @@ std::unique_ptr<CxImageData> readWith(IxImageDataLoader& loader, const SxReadReq
     loader.open();  // its result says nothing: a loader may return true without an image
     if (loader.isOpen())
         data.reset(loader.imageData(0));
-    if (data && data->image().data)
-        return data;
     error = loader.lastError();
+    // A loader may hand out what it has got so far, too.
+    if (data && data->image().data && !error)
+        return data;
     if (!error)
         error = {ExFileError::Unreadable,
                  QStringLiteral("%1 finds no image in it").arg(CxRtti::displayName(*loader.metaObject()))};

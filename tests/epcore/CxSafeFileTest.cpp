@@ -263,6 +263,26 @@ private slots:
         QCOMPARE(read(target), QByteArray("old"));
     }
 
+    void aFolderThatIsMovedAwayKeepsNothing()
+    {
+        QVERIFY(QDir(m_folder->path()).mkdir(QStringLiteral("here")));
+        write(path(QStringLiteral("here/photo")), "old");
+        SxFileError error;
+        {
+            CxSafeFile file(path(QStringLiteral("here/photo")));
+            QVERIFY(file.create(error));
+            write(file.temporaryName(), "new");
+            QVERIFY(QDir(m_folder->path()).rename(QStringLiteral("here"), QStringLiteral("there")));
+            QVERIFY(!file.commit(false, error));
+        }
+        QCOMPARE(error.kind, ExFileError::Unwritable);
+        QVERIFY(!error.reason.isEmpty());
+        QCOMPARE(read(path(QStringLiteral("there/photo"))), QByteArray("old"));
+        QCOMPARE(QDir(path(QStringLiteral("there"))).entryList(QDir::Files | QDir::Hidden),
+                 QStringList{QStringLiteral("photo")});
+        QCOMPARE(entries(), QStringList{QStringLiteral("there")});
+    }
+
     void fullDiskIsNamed()
     {
         const testing::TinyDisk disk;

@@ -1,4 +1,5 @@
 #include "ConvertTesting.h"
+#include "LongTests.h"
 #include "TinyDisk.h"
 
 #include <orn/orn_core.h>
@@ -43,6 +44,8 @@ private slots:
     void aFullDiskLeavesTheOldFile_data();
     void aFullDiskLeavesTheOldFile();
     void aDiskWithoutRoomForAnotherFileLeavesTheOldFile();
+    void aFolderThatGoesAwayIsAnError();
+    void aTargetOnAnotherFileSystem();
     void aFileSizeLimitLeavesTheOldFile_data();
     void aFileSizeLimitLeavesTheOldFile();
 
@@ -156,11 +159,15 @@ void ConvertSafetyTest::aSignalAtAnyMomentLeavesAWholeFile()
     QVERIFY(measureConversion());
     int ended = 0;
     int left = 0;
-    constexpr int steps = 16;
-    for (int step = 0; step < steps; ++step) {
+    // Long tests: every 5 ms of the start, and of the rest.
+    constexpr int apart = 5;
+    const int stepsOfStart = areLongTestsWanted() ? int(m_startMs / apart) + 1 : 4;
+    const int stepsOfRest = areLongTestsWanted() ? int(m_restMs / apart) + 1 : 12;
+    for (int step = 0; step < stepsOfStart + stepsOfRest; ++step) {
         restoreOldFile();
-        const bool whileWriting = step >= steps / 4;
-        const qint64 delay = whileWriting ? m_restMs * (step - steps / 4) / steps : m_startMs * step * 4 / steps;
+        const bool whileWriting = step >= stepsOfStart;
+        const qint64 delay =
+            whileWriting ? m_restMs * (step - stepsOfStart) / stepsOfRest : m_startMs * step / stepsOfStart;
         bool wasEnded = false;
         QVERIFY2(endConversion(signal, whileWriting, delay, wasEnded), qPrintable(QStringLiteral("step %1").arg(step)));
         QVERIFY2(isOldOrNew(), qPrintable(QStringLiteral("step %1").arg(step)));
@@ -171,6 +178,7 @@ void ConvertSafetyTest::aSignalAtAnyMomentLeavesAWholeFile()
             ++left;
         }
     }
+    qInfo("%d of %d runs ended early, %d left a temporary file", ended, stepsOfStart + stepsOfRest, left);
     QVERIFY2(ended > 2, qPrintable(QString::number(ended)));
     // What cannot be caught leaves the unfinished file, under a name of its own; what can be leaves nothing.
     QVERIFY2(signal == SIGKILL ? left > 2 : left == 0, qPrintable(QString::number(left)));
@@ -243,6 +251,54 @@ void ConvertSafetyTest::aDiskWithoutRoomForAnotherFileLeavesTheOldFile()
     QVERIFY2(saysOf(run, target, "full"), run.all());
     QCOMPARE(filesOf(target).size(), others + 1);
     QVERIFY(isOldFile(target));
+}
+
+void ConvertSafetyTest::aFolderThatGoesAwayIsAnError()
+{
+    const QString folder = m_files.path("away");
+    const QString target = folder + QStringLiteral("/out.mat");
+    constexpr int turns = 5;
+    int failures = 0;
+    for (int turn = 0; turn < turns; ++turn) {
+        QVERIFY(QDir().mkdir(folder));
+        QProcess process;
+        process.start(ornProgram(), {QStringLiteral("convert"), m_files.path("big.mat"), target});
+        QElapsedTimer timer;
+        timer.start();
+        while (filesOf(target).isEmpty() && timer.elapsed() < 60000)
+            QTest::qSleep(1);
+        QTest::qSleep(1 + int(m_restMs) * turn / (2 * turns));
+        QVERIFY(QDir(folder).removeRecursively());
+        QVERIFY(process.waitForFinished());
+        const QByteArray said = process.readAllStandardError();
+        // It may have come to its end just before.
+        const bool hasFailed = process.exitCode() != 0;
+        failures += hasFailed;
+        QVERIFY2(process.exitStatus() == QProcess::NormalExit && (!hasFailed || process.exitCode() == 4), said);
+        QVERIFY2(!hasFailed || said.startsWith("orn: " + target.toUtf8() + ": "), said);
+        QVERIFY(!QDir(folder).exists());
+    }
+    QVERIFY(failures > 0);
+}
+
+void ConvertSafetyTest::aTargetOnAnotherFileSystem()
+{
+    const QTemporaryDir other(QStringLiteral("/dev/shm/orn-XXXXXX"));
+    if (!other.isValid())
+        QSKIP("there is no other file system to write to");
+    const QString behind = other.filePath(QStringLiteral("behind.mat"));
+    QVERIFY(writeOldFile(behind));
+    // Both ways there: a link to the file, and a link to its folder.
+    QVERIFY(QFile::link(behind, m_files.path("link.mat")));
+    QVERIFY(QFile::link(other.path(), m_files.path("folder")));
+    for (const char* target : {"link.mat", "folder/new.mat"}) {
+        const ProgramRun run = m_files.convert("small.mat", target);
+        QVERIFY2(run.code == 0, run.all());
+    }
+    QVERIFY(QFileInfo(m_files.path("link.mat")).isSymLink());
+    QCOMPARE(filesOf(behind), QStringList({QStringLiteral("behind.mat"), QStringLiteral("new.mat")}));
+    QVERIFY(QFile::remove(m_files.path("link.mat")));
+    QVERIFY(QFile::remove(m_files.path("folder")));
 }
 
 void ConvertSafetyTest::aFileSizeLimitLeavesTheOldFile_data()

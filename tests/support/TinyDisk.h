@@ -23,10 +23,11 @@ namespace testing {
  */
 class TinyDisk {
 public:
-    static constexpr int bytes = 64 * 1024;
+    static constexpr int usualBytes = 64 * 1024;
     static constexpr int mostFiles = 32;
 
-    TinyDisk()
+    /** @param bytes how much there is room for: whole pages of memory */
+    explicit TinyDisk(qint64 bytes = usualBytes)
     {
         const QByteArray options = "size=" + QByteArray::number(bytes) + ",nr_inodes=" + QByteArray::number(mostFiles);
         m_isMounted =

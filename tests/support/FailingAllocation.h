@@ -1,0 +1,36 @@
+/**
+ * @file
+ * Memory that runs out. Needs FailingAllocation.cpp among the test's sources.
+ */
+#pragma once
+
+#include <QtGlobal>
+
+namespace testing {
+
+/** Which requests for memory are counted and can fail. */
+enum class Requests {
+    Images,     ///< the storage of images, which ep::AllocBuffer() asks for
+    Everything  ///< whatever is asked of malloc; the same as Images where a sanitizer has its own
+};
+
+/** While it lives, one request for memory of this thread fails: the one of number @p failing, counted from 1. */
+class FailingAllocation {
+public:
+    /** @param failing 0: none does, all are counted */
+    FailingAllocation(Requests requests, int failing);
+    ~FailingAllocation();
+    FailingAllocation(const FailingAllocation&) = delete;
+    FailingAllocation& operator=(const FailingAllocation&) = delete;
+
+    /** How many requests there were so far. */
+    int count() const;
+};
+
+/**
+ * Blocks of memory that were not given back yet: of images those that were asked for under a FailingAllocation, else
+ * those of the whole process. 0 where a sanitizer looks for leaks itself.
+ */
+qint64 liveBlocks(Requests requests);
+
+}  // namespace testing
