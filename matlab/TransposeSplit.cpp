@@ -32,9 +32,8 @@ void gather(qint32 sampleBytes, const ConstPlaneView& source, const PlaneView& d
 {
     if (source.pixelStep != 2 * sampleBytes)
         return ep::internal::copyPlane(sampleBytes, source, destination);
-    ep::internal::visitSampleSize(sampleBytes, [&](auto tag) {
-        copyEverySecond<typename decltype(tag)::Type>(source, destination);
-    });
+    ep::internal::visitSampleSize(
+        sampleBytes, [&](auto tag) { copyEverySecond<typename decltype(tag)::Type>(source, destination); });
 }
 
 }  // namespace
