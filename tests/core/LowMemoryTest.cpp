@@ -315,7 +315,9 @@ void LowMemoryTest::everyRequestFailsOnce()
         QVERIFY(runOnce(operation, scene, 0, requests));
         results = scene.results();
     }
-    QVERIFY(requests > 0 || QByteArray(operation.name) == "HistogramMasked");
+    if (requests == 0 && !areAllRequestsSeen)
+        QSKIP("it asks for no storage of images, and all else is the sanitizer's");
+    QVERIFY(requests > 0);
     for (int failing = 1; failing <= requests; ++failing) {
         const QByteArray place = QByteArray("request ") + QByteArray::number(failing);
         qint64 blocks = 0;
@@ -338,9 +340,8 @@ void LowMemoryTest::everyRequestFailsOnce()
 
 void LowMemoryTest::theTestSeesALeak()
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    QSKIP("the sanitizer sees leaks");
-#endif
+    if (!areAllRequestsSeen)
+        QSKIP("the sanitizer sees leaks");
     for (const Requests requests : {Requests::Images, Requests::Everything}) {
         const FailingAllocation allocation(requests, 0);
         const qint64 before = liveBlocks(requests);

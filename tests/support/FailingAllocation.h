@@ -8,10 +8,16 @@
 
 namespace testing {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool areAllRequestsSeen = false;  ///< the sanitizer has its own malloc, and looks for leaks itself
+#else
+constexpr bool areAllRequestsSeen = true;
+#endif
+
 /** Which requests for memory are counted and can fail. */
 enum class Requests {
     Images,     ///< the storage of images, which ep::AllocBuffer() asks for
-    Everything  ///< whatever is asked of malloc; the same as Images where a sanitizer has its own
+    Everything  ///< whatever is asked of malloc; the same as Images unless areAllRequestsSeen
 };
 
 /** While it lives, one request for memory of this thread fails: the one of number @p failing, counted from 1. */
@@ -29,7 +35,7 @@ public:
 
 /**
  * Blocks of memory that were not given back yet: of images those that were asked for under a FailingAllocation, else
- * those of the whole process. 0 where a sanitizer looks for leaks itself.
+ * those of the whole process. 0 unless areAllRequestsSeen.
  */
 qint64 liveBlocks(Requests requests);
 
