@@ -4,7 +4,7 @@
 #   orn_add_plugin(NAME ...)      an image file format, loaded by the format manager on demand
 #   orn_add_test(FILE ...)        one QtTest program, registered with ctest
 #   orn_add_benchmark(FILE ...)   one google-benchmark program
-#   orn_add_fuzzer(FILE ...)      one libFuzzer program (clang only)
+#   orn_add_fuzz_entry(FILE)      one entry that is fed hostile inputs
 
 include(GNUInstallDirs)
 
@@ -128,14 +128,19 @@ function(orn_add_benchmark file)
     set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bench)
 endfunction()
 
-# orn_add_fuzzer(NameFuzz.cpp [LIBRARIES lib ...])
-function(orn_add_fuzzer file)
-    cmake_parse_arguments(arg "" "" "LIBRARIES" ${ARGN})
-    orn_target_name(target ${file})
-    add_executable(${target} ${file})
-    target_link_libraries(${target} PRIVATE ep_internal ${arg_LIBRARIES})
-    target_compile_options(${target} PRIVATE -fsanitize=fuzzer)
-    target_link_options(${target} PRIVATE -fsanitize=fuzzer)
-    orn_apply_house_rules(${target})
-    set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/fuzz)
+# orn_add_fuzz_entry(NameFuzzer.cpp)
+# NameFuzzer, which clang's libFuzzer drives, or NameMutants, which is driven by the numbers of its inputs.
+function(orn_add_fuzz_entry file)
+    get_filename_component(name ${file} NAME_WE)
+    if(ORN_BUILD_FUZZERS)
+        add_executable(${name} EXCLUDE_FROM_ALL ${file})
+        target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    else()
+        string(REPLACE Fuzzer Mutants name ${name})
+        add_executable(${name} EXCLUDE_FROM_ALL ${file})
+        target_link_libraries(${name} PRIVATE mutation_driver)
+    endif()
+    target_link_libraries(${name} PRIVATE orn_fuzzing orn_commands)
+    orn_apply_house_rules(${name})
+    add_dependencies(${name} fuzz_corpus)
 endfunction()

@@ -3,8 +3,7 @@
 #include "Files.h"
 #include "FormatPlugin.h"
 #include "StandardErrorCapture.h"
-#include "TestImages.h"
-#include "TiffMaker.h"
+#include "TiffSeeds.h"
 
 #include <QtEndian>
 #include <QtTest>
@@ -23,64 +22,6 @@ constexpr bool peakTells = false;
 #else
 constexpr bool peakTells = true;
 #endif
-
-TiffKind kindOf(int bits, int compression, int predictor = PREDICTOR_NONE)
-{
-    TiffKind kind;
-    kind.width = 45;
-    kind.height = 34;
-    kind.rowsPerStrip = 16;
-    kind.bits = bits;
-    kind.compression = compression;
-    kind.predictor = predictor;
-    return kind;
-}
-
-QByteArray made(const TiffKind& kind, int pages = 1)
-{
-    QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("file.tif"));
-    return makeTiff(path, kind, mixed, {}, pages) ? readFile(path) : QByteArray();
-}
-
-QByteArray madeOf(const char* mode, int planarConfig, int tileSize, int channels)
-{
-    TiffKind kind = kindOf(16, COMPRESSION_NONE);
-    kind.mode = mode;
-    kind.planarConfig = planarConfig;
-    kind.tileSize = tileSize;
-    kind.channels = channels;
-    kind.photometric = channels == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
-    return made(kind, 2);
-}
-
-QByteArray halfFloats()
-{
-    TiffKind kind = kindOf(16, COMPRESSION_ADOBE_DEFLATE, PREDICTOR_FLOATINGPOINT);
-    kind.format = SAMPLEFORMAT_IEEEFP;
-    return made(kind);
-}
-
-/** A file of our own with every directory and tag that the saver knows. */
-QByteArray saved(const QString& compression)
-{
-    QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("file.tif"));
-    ep::SxImageInfo info = describe(ep::DataTypeUInt16, 40, 30);
-    info.bayerGrid = ep::BayerGridRGGB;
-    auto* common = new ep::CxCommonImageMetadata;
-    common->cameraMake = QStringLiteral("Make");
-    common->exposureTime = 0.25;
-    common->iso = 200;
-    common->orientation = 3;
-    common->captureTime = QDateTime(QDate(2024, 2, 29), QTime(23, 59, 58));
-    common->attributes.insert(QStringLiteral("LensModel"), QStringLiteral("35/2"));
-    common->attributes.insert(QStringLiteral("Software"), QStringLiteral("tests"));
-    const auto saver = makeRegistered<ep::IxImageDataSaver>("ep::tiff::CxTiffImageSaver", "IxImageDataSaver");
-    saver->setFileName(path);
-    saver->setOptions({{QStringLiteral("compression"), compression}});
-    return saver->saveImage(imageDataOf(randomImage(info), common).get()) ? readFile(path) : QByteArray();
-}
 
 /** Where the first directory of the file @p bytes stands. */
 quint32 directoryOf(const QByteArray& bytes)
@@ -152,24 +93,8 @@ private slots:
     void mutantsDoNoHarm_data()
     {
         QTest::addColumn<QByteArray>("sound");
-        QTest::newRow("8 bits") << made(kindOf(8, COMPRESSION_NONE));
-        QTest::newRow("12 bits") << made(kindOf(12, COMPRESSION_NONE));
-        QTest::newRow("Deflate") << made(kindOf(16, COMPRESSION_ADOBE_DEFLATE, PREDICTOR_HORIZONTAL));
-        QTest::newRow("LZW") << made(kindOf(32, COMPRESSION_LZW, PREDICTOR_HORIZONTAL));
-        QTest::newRow("LZW of 14 bits") << made(kindOf(14, COMPRESSION_LZW));
-        QTest::newRow("PackBits") << made(kindOf(8, COMPRESSION_PACKBITS));
-        QTest::newRow("Zstandard") << made(kindOf(16, COMPRESSION_ZSTD));
-        QTest::newRow("LZMA") << made(kindOf(8, COMPRESSION_LZMA));
-        QTest::newRow("JPEG") << made(kindOf(8, COMPRESSION_JPEG));
-        QTest::newRow("fax group 3") << made(kindOf(1, COMPRESSION_CCITTFAX3));
-        QTest::newRow("fax group 4") << made(kindOf(1, COMPRESSION_CCITTFAX4));
-        QTest::newRow("half floats") << halfFloats();
-        QTest::newRow("64 bits") << made(kindOf(64, COMPRESSION_NONE));
-        QTest::newRow("big-endian planes") << madeOf("wb", PLANARCONFIG_SEPARATE, 0, 3);
-        QTest::newRow("tiles") << madeOf("wl", PLANARCONFIG_CONTIG, 16, 3);
-        QTest::newRow("BigTIFF, tiled planes") << madeOf("w8", PLANARCONFIG_SEPARATE, 32, 2);
-        QTest::newRow("our own") << saved(QStringLiteral("none"));
-        QTest::newRow("our own, Deflate") << saved(QStringLiteral("deflate"));
+        for (const TiffSeed& seed : tiffSeeds())
+            QTest::newRow(seed.kind) << seed.bytes;
     }
 
     void mutantsDoNoHarm()
