@@ -25,8 +25,9 @@ bool isAscii(const QString& text)
     return std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() < 0x80; });
 }
 
-/** The code point at @p index, which moves on to its last unit; U+FFFD for one that XML cannot hold. */
-uint codePointAt(QStringView text, int& index)
+}  // namespace
+
+uint xmlCodePointAt(QStringView text, int& index)
 {
     const QChar c = text[index];
     if (c.isHighSurrogate() && index + 1 < text.size() && text[index + 1].isLowSurrogate())
@@ -35,8 +36,6 @@ uint codePointAt(QStringView text, int& index)
     const bool isHeld = unit == '\t' || unit == '\n' || unit == '\r' || (unit >= 0x20 && unit < 0xFFFE);
     return isHeld && !c.isSurrogate() ? unit : static_cast<uint>(QChar::ReplacementCharacter);
 }
-
-}  // namespace
 
 void AsciiXml::startElement(const QString& elementName, const XmlAttributes& attributes)
 {
@@ -119,7 +118,7 @@ void AsciiXml::name(const QString& name)
 void AsciiXml::escape(QStringView text, bool inAttribute)
 {
     for (int i = 0; i < text.size(); ++i) {
-        const uint c = codePointAt(text, i);
+        const uint c = xmlCodePointAt(text, i);
         // A parser turns \r into \n, and \n and \t in an attribute into blanks, unless they are references.
         const bool isPlain = (c >= 0x20 && c < 0x7F) || (!inAttribute && (c == '\n' || c == '\t'));
         if (c == '&')

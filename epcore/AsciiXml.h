@@ -13,6 +13,9 @@ namespace ep {
 
 using XmlAttributes = QVector<QPair<QString, QString>>;
 
+/** The code point at @p index, which moves on to its last unit; U+FFFD for one that XML cannot hold. */
+uint xmlCodePointAt(QStringView text, int& index);
+
 /**
  * Builds XML text whose every character is ASCII: all else stands as numeric character references, and what XML cannot
  * hold at all (most control characters, half a surrogate pair) becomes U+FFFD. QXmlStreamWriter and QDomDocument do

@@ -55,5 +55,8 @@ constexpr char commonCaptureTimeTag[] = "capture_time";
 /** One element per entry of CxCommonImageMetadata::attributes, its key in the attribute commonAttributeKey. */
 constexpr char commonAttributeTag[] = "attribute";
 constexpr char commonAttributeKey[] = "name";
+/** See keepExactText(). */
+constexpr char commonExactText[] = "utf16";
+constexpr char commonExactKey[] = "name_utf16";
 
 }  // namespace ep

@@ -1,6 +1,7 @@
 #include "CxCommonMetadataLoader.h"
 
 #include "CommonMetadataFields.h"
+#include "ExactText.h"
 
 #include <QDomElement>
 #include <QHash>
@@ -58,7 +59,7 @@ QHash<QString, QString> childTexts(const QDomElement& element)
     QHash<QString, QString> texts;
     for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement())
         if (!texts.contains(child.tagName()))
-            texts.insert(child.tagName(), child.text());
+            texts.insert(child.tagName(), exactText(child, commonExactText, child.text()));
     return texts;
 }
 
@@ -90,7 +91,8 @@ bool CxCommonMetadataLoader::load(const QDomElement& element, IxMetadataItem* it
     read(texts.value(QLatin1String(commonCaptureTimeTag)), common->captureTime);
     const QString tag = QLatin1String(commonAttributeTag);
     for (QDomElement child = element.firstChildElement(tag); !child.isNull(); child = child.nextSiblingElement(tag))
-        common->attributes.insert(child.attribute(QLatin1String(commonAttributeKey)), child.text());
+        common->attributes.insert(exactText(child, commonExactKey, child.attribute(QLatin1String(commonAttributeKey))),
+                                  exactText(child, commonExactText, child.text()));
     return true;
 }
 

@@ -1,6 +1,7 @@
 #include "CxCommonMetadataSaver.h"
 
 #include "CommonMetadataFields.h"
+#include "ExactText.h"
 
 #include <QDomDocument>
 #include <QDomElement>
@@ -33,8 +34,15 @@ public:
     {
         QDomElement child = m_doc.createElement(QLatin1String(tag));
         child.appendChild(m_doc.createTextNode(value));
+        keepExactText(value, commonExactText, child);
         m_parent.appendChild(child);
         return child;
+    }
+    void writeAttribute(const QString& key, const QString& value)
+    {
+        QDomElement child = write(commonAttributeTag, value);
+        child.setAttribute(QLatin1String(commonAttributeKey), key);
+        keepExactText(key, commonExactKey, child);
     }
     void writeKnown(const char* tag, const QString& value)
     {
@@ -72,7 +80,7 @@ bool CxCommonMetadataSaver::save(QDomDocument& doc, QDomElement& element, IxMeta
     if (common->captureTime.isValid())
         writer.write(commonCaptureTimeTag, common->captureTime.toString(Qt::ISODateWithMs));
     for (auto it = common->attributes.cbegin(); it != common->attributes.cend(); ++it)
-        writer.write(commonAttributeTag, it.value()).setAttribute(QLatin1String(commonAttributeKey), it.key());
+        writer.writeAttribute(it.key(), it.value());
     return true;
 }
 

@@ -78,6 +78,24 @@ AsciiXml itemXml(IxMetadataSaver& saver, IxMetadataItem& item, int indent)
     return xml;
 }
 
+/** Keeps a text within what can be read again. */
+class TextLimit {
+public:
+    /** True when the text, of @p size characters by now, can take @p element, which counts from then on. */
+    bool admits(int size, const QString& element)
+    {
+        constexpr int roomForEnd = 1024;
+        const int elements = m_elements + element.count(QLatin1Char('<')) - element.count(QLatin1String("</"));
+        if (size + element.size() > maxMetadataCharacters - roomForEnd || elements > maxMetadataElements)
+            return false;
+        m_elements = elements;
+        return true;
+    }
+
+private:
+    int m_elements = 1;
+};
+
 }  // namespace
 
 CxMetadata::CxMetadata() = default;
@@ -147,6 +165,7 @@ QString CxMetadata::saveToXml(int indent) const
     const QString root = QLatin1String(metadataRootTag);
     AsciiXml xml(indent);
     xml.startElement(root);
+    TextLimit limit;
     bool isEmpty = true;
     for (const auto& item : m_items) {
         QString element;
@@ -156,7 +175,7 @@ QString CxMetadata::saveToXml(int indent) const
             const AsciiXml written = itemXml(*saver, *item, indent);
             element = written.isSound() ? written.xml() : QString();
         }
-        if (element.isEmpty())
+        if (element.isEmpty() || !limit.admits(xml.xml().size(), element))
             continue;
         isEmpty = false;
         xml.newLine(1);

@@ -98,18 +98,19 @@ void startMetadataXml(QXmlStreamReader& reader, const QString& xml)
 
 bool isSoundMetadataXml(const QString& xml)
 {
-    if (!hasModestTags(xml))
+    if (xml.size() > maxMetadataCharacters || !hasModestTags(xml))
         return false;
     QXmlStreamReader reader;
     startMetadataXml(reader, xml);
     int depth = 0;
+    int elements = 0;
     while (!reader.atEnd()) {
         switch (reader.readNext()) {
         case QXmlStreamReader::DTD: return false;
         case QXmlStreamReader::StartElement:
             if (depth == 0 && reader.qualifiedName() != QLatin1String(metadataRootTag))
                 return false;
-            if (++depth > maxMetadataDepth)
+            if (++depth > maxMetadataDepth || ++elements > maxMetadataElements)
                 return false;
             break;
         case QXmlStreamReader::EndElement: --depth; break;

@@ -24,9 +24,13 @@ constexpr int maxMetadataDepth = 256;
 /** Most attributes of one element: QXmlStreamReader compares each with each. */
 constexpr int maxMetadataAttributes = 256;
 
+/** Longest text and most elements: hundreds of times what cameras say, and read in a second or two at worst. */
+constexpr int maxMetadataCharacters = 1 << 23;
+constexpr int maxMetadataElements = 1 << 18;
+
 /**
  * True when @p xml is well-formed, has the root element of metadata, no document type declaration and nothing past the
- * two limits above. Only such text may be handed to the DOM classes, which crash on deep nesting.
+ * limits above. Only such text may be handed to the DOM classes, which crash on deep nesting.
  */
 bool isSoundMetadataXml(const QString& xml);
 

@@ -52,7 +52,9 @@ public:
 
     /**
      * The items as XML text. Each goes to the first registered IxMetadataSaver that lists its class; an item that
-     * nobody serves or whose saver fails is left out. Characters that XML cannot hold become U+FFFD.
+     * nobody serves or whose saver fails is left out, as is one that makes the text longer than loadFromXml() reads.
+     * Characters that XML cannot hold become U+FFFD, except in the texts of CxCommonImageMetadata, which come back
+     * whole.
      * @param indent spaces per level; negative writes no white space at all
      */
     QString saveToXml(int indent) const;
@@ -62,9 +64,10 @@ public:
      * class; one whose class nobody serves is kept verbatim and written out again by saveToXml() (unless one of its
      * names is not ASCII, which no reference can stand for).
      *
-     * @return false on malformed XML, another root element, a document type declaration, nesting deeper than 256 or
-     * more than 256 attributes of one element (no item is then held), and when an item's loader says false (items read
-     * before and after it are held, and so is what the loader could set of that item). Cost is linear in the text.
+     * @return false on malformed XML, another root element, a document type declaration, nesting deeper than 256,
+     * more than 256 attributes of one element or more than 2^23 characters or 2^18 elements (no item is then held), and
+     * when an item's loader says false (items read before and after it are held, and so is what the loader could set of
+     * that item). Cost is linear in the text.
      */
     bool loadFromXml(const QString& xml);
 
