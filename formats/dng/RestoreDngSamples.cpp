@@ -55,6 +55,7 @@ bool restoreSamples(const DngPacket& packet, CxScopedBuffer& image)
     if (isInteger && type != image->dataType) {
         SxImageInfo info = image.image();
         info.dataType = type;
+        info.bitDepth = sampleFacts(type).bits;
         info.stride = 0;
         CxScopedBuffer narrow(info);
         if (failed(narrow.allocate()))

@@ -32,8 +32,12 @@ bool selectMosaic(TiffFile& file, const QString& path, SxFileError& error)
             error = {ExFileError::Unreadable, file.problemOr(QStringLiteral("a directory is damaged"))};
             return false;
         }
-        if (file.get(TIFFTAG_PHOTOMETRIC, &photometric) && photometric == PHOTOMETRIC_CFA)
-            return true;
+        if (!file.get(TIFFTAG_PHOTOMETRIC, &photometric) || photometric != PHOTOMETRIC_CFA)
+            continue;
+        // Without their tags, samples are not what they were.
+        if (endsBeforeItsTags(path, offset))
+            error = {ExFileError::Unreadable, QStringLiteral("it ends before its tags do")};
+        return !error;
     }
     if (!error)
         error = {ExFileError::Unsupported, QStringLiteral("it holds no mosaic in a main directory")};

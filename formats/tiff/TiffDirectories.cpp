@@ -4,8 +4,10 @@
 #include <QSet>
 #include <QtEndian>
 
+#include <tiffio.h>
+
+#include <algorithm>
 #include <limits>
-#include <tiff.h>
 
 namespace ep {
 namespace tiff {
@@ -30,6 +32,7 @@ public:
 
     bool isTiff() const { return m_isTiff; }
     bool isBig() const { return m_isBig; }
+    quint64 fileSize() const { return static_cast<quint64>(m_file.size()); }
 
     /** Loads up to @p count bytes at @p offset. */
     void load(quint64 offset, qint64 count)
@@ -87,7 +90,37 @@ Directory readDirectory(Numbers& numbers, quint64 offset)
     return directory;
 }
 
+/** Where the value of the entry at byte @p entry of what was loaded ends. */
+quint64 endOfValue(const Numbers& numbers, int entry)
+{
+    const int countBytes = numbers.isBig() ? 8 : 4;
+    const auto type = static_cast<TIFFDataType>(numbers.at<quint16>(entry + 2));
+    const auto width = static_cast<quint64>(std::max(0, TIFFDataWidth(type)));
+    const quint64 count = numbers.offsetAt(entry + 4);
+    if (width == 0 || count <= static_cast<quint64>(countBytes) / width)
+        return 0;  // it stands in the entry itself, or is of no known type
+    const quint64 offset = numbers.offsetAt(entry + 4 + countBytes);
+    const quint64 most = std::numeric_limits<quint64>::max();
+    return count > (most - offset) / width ? most : offset + count * width;
+}
+
 }  // namespace
+
+bool endsBeforeItsTags(const QString& path, quint64 offset)
+{
+    Numbers numbers(path);
+    const int headBytes = numbers.isBig() ? 8 : 2;
+    const int entryBytes = numbers.isBig() ? 20 : 12;
+    numbers.load(offset, headBytes);
+    const quint64 entries = numbers.isBig() ? numbers.at<quint64>(0) : numbers.at<quint16>(0);
+    if (entries > 0xffff)
+        return true;
+    numbers.load(offset, headBytes + static_cast<qint64>(entries) * entryBytes);
+    for (int i = 0; i < static_cast<int>(entries); ++i)
+        if (endOfValue(numbers, headBytes + i * entryBytes) > numbers.fileSize())
+            return true;
+    return false;
+}
 
 QVector<quint64> tiffPageOffsets(const QString& path)
 {

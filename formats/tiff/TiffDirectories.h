@@ -17,5 +17,11 @@ namespace tiff {
  */
 QVector<quint64> tiffPageOffsets(const QString& path);
 
+/**
+ * True when the value of a tag in the directory at @p offset lies past the end of the file @p path, of which libtiff
+ * makes a tag that is not there.
+ */
+bool endsBeforeItsTags(const QString& path, quint64 offset);
+
 }  // namespace tiff
 }  // namespace ep

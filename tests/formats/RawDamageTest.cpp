@@ -27,18 +27,6 @@ QByteArray dngBytes(const QString& compression)
     return saveDng(path, *capture(ep::BayerGridRGGB, 60, 50), compression) ? QByteArray() : readFile(path);
 }
 
-/** True when the samples of @p image, which may be floats, are those of the 16-bit mosaic @p expected. */
-bool sameNumbers(const ep::SxImageBuf& image, const ep::SxImageBuf& expected)
-{
-    if (image.dataType != ep::DataTypeFloat)
-        return ep::SameSamples(image, expected);
-    bool isSame = image.width == expected.width && image.height == expected.height;
-    for (int y = 0; isSame && y < expected.height; ++y)
-        for (int x = 0; isSame && x < expected.width; ++x)
-            isSame = sampleAt<float>(image, x, y) == float(sampleAt<quint16>(expected, x, y));
-    return isSame;
-}
-
 }  // namespace
 
 class RawDamageTest : public QObject {
@@ -103,7 +91,7 @@ private slots:
             QTest::newRow(qPrintable(compression)) << compression;
     }
 
-    // Only the end of the tags can go without harm to the samples. Deflated ones stay floats without the packet.
+    // Only the end of the tags can go without harm to the samples, where these are stored as they are.
     void cutFilesAreRefused()
     {
         QFETCH(QString, compression);
@@ -114,7 +102,7 @@ private slots:
         for (int length = 0; length < whole.size(); length += length < 64 ? 1 : 61) {
             QVERIFY(writeFile(path(), whole.left(length)));
             const LoadedFrame frame = loadFrame(loader.toLatin1().constData(), path());
-            QVERIFY(frame.data ? sameNumbers(frame.image(), complete->image())
+            QVERIFY(frame.data ? ep::SameSamples(frame.image(), complete->image())
                                : !frame.loader->lastError().reason.isEmpty());
         }
     }
@@ -181,6 +169,29 @@ private slots:
             QVERIFY(!frame.data);
             QVERIFY(!frame.loader->lastError().reason.isEmpty());
         }
+    }
+
+    void depthsThatNoSampleHasDoNotCount_data()
+    {
+        QTest::addColumn<QString>("compression");
+        QTest::addColumn<QByteArray>("depth");
+        for (const QString& compression : dngCompressions())
+            for (const char* depth : {"00", "17", "86", "-1"})
+                QTest::addRow("%s, %s", qPrintable(compression), depth) << compression << QByteArray(depth);
+    }
+
+    void depthsThatNoSampleHasDoNotCount()
+    {
+        QFETCH(QString, compression);
+        QFETCH(QByteArray, depth);
+        QByteArray bytes = dngBytes(compression);
+        const QByteArray sound = "bitDepth=\"14\"";
+        QVERIFY(bytes.contains(sound));
+        QVERIFY(writeFile(path(), bytes.replace(sound, "bitDepth=\"" + depth + '"')));
+        const LoadedFrame frame = loadDng(path(), compression);
+        QVERIFY(frame.data);
+        QCOMPARE(int(frame.image().dataType), int(ep::DataTypeUInt16));
+        QVERIFY(frame.image().bitDepth >= 14 && frame.image().bitDepth <= 16);
     }
 
     // The RAW loader's word on a file that only it serves is the one that counts.
