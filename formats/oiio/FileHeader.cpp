@@ -2,6 +2,8 @@
 
 #include "OiioFormat.h"
 
+#include <ep/internal/CheckedSize.h>
+
 #include <QFile>
 #include <QtEndian>
 
@@ -38,19 +40,43 @@ QString iconFlaw(const QString& path)
     return QString();
 }
 
+/** Samples per pixel by the descriptor of an element; the fewest where that is not told. */
+qint64 dpxSamplesPerPixel(uchar descriptor)
+{
+    switch (descriptor) {
+    case 50:
+    case 101:
+    case 102: return 3;
+    case 51:
+    case 52:
+    case 103: return 4;
+    case 100: return 2;
+    default: return descriptor >= 150 && descriptor <= 156 ? descriptor - 148 : 1;
+    }
+}
+
+/** The reader takes what a file lacks from memory that nobody wrote, and believes in any size of user data. */
 QString dpxFlaw(const QString& path)
 {
-    constexpr int userDataAt = 32;
+    constexpr int userDataAt = 32, widthAt = 772, heightAt = 776, descriptorAt = 800, bitsAt = 803, encodingAt = 806;
+    constexpr int headerBytes = 808;
     constexpr quint32 notStated = 0xffffffff;
     QFile file(path);
-    const QByteArray header = beginning(file, userDataAt + 4);
+    const QByteArray header = beginning(file, headerBytes);
     if (header.isEmpty())
         return QStringLiteral("the file ends inside its header");
-    const quint32 userData = header.startsWith("XPDS") ? qFromLittleEndian<quint32>(header.constData() + userDataAt)
-                                                       : qFromBigEndian<quint32>(header.constData() + userDataAt);
-    return userData == notStated || userData <= file.size()
-               ? QString()
-               : QStringLiteral("its header announces more user data than the file has bytes");
+    const bool isLittle = header.startsWith("XPDS");
+    const auto number = [&](int at) {
+        const char* bytes = header.constData() + at;
+        return isLittle ? qFromLittleEndian<quint32>(bytes) : qFromBigEndian<quint32>(bytes);
+    };
+    if (number(userDataAt) != notStated && number(userDataAt) > file.size())
+        return QStringLiteral("its header announces more user data than the file has bytes");
+    const auto byte = [&](int at) { return static_cast<uchar>(header.at(at)); };
+    const bool isPlain = byte(encodingAt) == 0 && byte(encodingAt + 1) == 0;
+    const internal::CheckedSize bits = internal::CheckedSize(number(widthAt)) * number(heightAt) * byte(bitsAt)
+                                       * dpxSamplesPerPixel(byte(descriptorAt));
+    return isPlain && !bits.fits(8 * file.size()) ? QStringLiteral("the file is too short for its samples") : QString();
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QTemporaryDir>
+#include <QtEndian>
 #include <QtTest>
 
 #include <cstdio>
@@ -95,6 +96,7 @@ private slots:
     void whatIsNoFileOfItsFormatIsRefused_data();
     void whatIsNoFileOfItsFormatIsRefused();
     void largeImagesAreRefusedByTheirHeader();
+    void dpxFilesThatLackSamplesAreRefused();
 };
 
 namespace {
@@ -224,6 +226,28 @@ void OiioDamageTest::largeImagesAreRefusedByTheirHeader()
     loaded = loadFrame("ep::oiio::CxOiioImageLoader", path);
     QVERIFY(!loaded.data);
     QVERIFY(!loaded.loader->lastError().reason.isEmpty());
+}
+
+void OiioDamageTest::dpxFilesThatLackSamplesAreRefused()
+{
+    // One column of doubles, a fraction of which the file has: the rest would be what memory held.
+    QByteArray content = soundFile(QStringLiteral("dpx"), ep::DataTypeUInt16, 3);
+    const bool isLittle = content.startsWith("XPDS");
+    const auto set = [&](int at, quint32 number) {
+        isLittle ? qToLittleEndian(number, content.data() + at) : qToBigEndian(number, content.data() + at);
+    };
+    constexpr int widthAt = 772, heightAt = 776, descriptorAt = 800, bitsAt = 803;
+    set(widthAt, 1);
+    set(heightAt, 8192);
+    content[descriptorAt] = 0;
+    content[bitsAt] = 64;
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("short.dpx"));
+    writeFile(path, content);
+    ep::CxScopedBuffer image;
+    ep::SxFileError error;
+    QVERIFY(!Manager::loadImageFromFile(path, image.image(), nullptr, nullptr, &error));
+    QVERIFY2(error.reason.contains(QStringLiteral("too short for its samples")), qPrintable(error.reason));
 }
 
 int main(int argc, char** argv)
