@@ -145,7 +145,10 @@ bool readOptions(const QStringList& arguments, Options& options)
 int runFile(const QString& path)
 {
     LLVMFuzzerInitialize(nullptr, nullptr);
-    const char* flaw = fuzzing::Trial(2).run(testing::readFile(path));
+    const QByteArray input = testing::readFile(path);
+    fuzzing::Trial trial(Options().mostSeconds);
+    trial.warmUp(input);
+    const char* flaw = trial.run(input);
     say(QStringLiteral("%1: %2").arg(path, QLatin1String(flaw ? flaw : "nothing found")));
     return flaw ? 1 : 0;
 }

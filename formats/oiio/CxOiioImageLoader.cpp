@@ -8,6 +8,7 @@
 
 #include <ep/CxImageData.h>
 #include <ep/CxScopedBuffer.h>
+#include <ep/internal/MemoryLimit.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -66,16 +67,20 @@ struct CxOiioImageLoader::Source {
     std::unique_ptr<CxImageData> firstFrame;
     int frames = 0;  // 0: not counted yet
 
-    SxFileError open();
+    SxFileError open(qint64 memoryLimit);
     SxFileError read(int frame, qint64 memoryLimit, std::unique_ptr<CxImageData>& data);
     void countFrames();
 };
 
-SxFileError CxOiioImageLoader::Source::open()
+SxFileError CxOiioImageLoader::Source::open(qint64 memoryLimit)
 {
     const QString flaw = headerFlaw(*format, path);
     if (!flaw.isEmpty())
         return {ExFileError::Unreadable, flaw};
+    // The library holds every other format to its own limit.
+    const qint64 screenBytes = format->is("gif") ? gifScreenBytes(path) : 0;
+    if (screenBytes > memoryLimit)
+        return internal::pastMemoryLimit(screenBytes, memoryLimit);
     input = OIIO::ImageInput::create(format->name);
     if (!input)
         return {ExFileError::Unsupported, QStringLiteral("OpenImageIO does not read this format here")};
@@ -129,7 +134,7 @@ bool CxOiioImageLoader::open()
     if (!error)
         guarded(ExFileError::Unreadable, error, [&] {
             limitMemory(memoryLimit());
-            const SxFileError failure = source->open();
+            const SxFileError failure = source->open(memoryLimit());
             return failure ? failure : source->read(0, memoryLimit(), source->firstFrame);
         });
     setError(error.kind, error.reason);

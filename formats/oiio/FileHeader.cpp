@@ -73,6 +73,9 @@ QString dpxFlaw(const QString& path)
     if (number(userDataAt) != notStated && number(userDataAt) > file.size())
         return QStringLiteral("its header announces more user data than the file has bytes");
     const auto byte = [&](int at) { return static_cast<uchar>(header.at(at)); };
+    // Of any other number, the reader makes samples of 64 bits that the file does not have.
+    if (!QByteArray("\1\10\12\14\20\40\100").contains(header.at(bitsAt)))
+        return QStringLiteral("its header states samples of %1 bits").arg(byte(bitsAt));
     const bool isPlain = byte(encodingAt) == 0 && byte(encodingAt + 1) == 0;
     const internal::CheckedSize bits = internal::CheckedSize(number(widthAt)) * number(heightAt) * byte(bitsAt)
                                        * dpxSamplesPerPixel(byte(descriptorAt));
@@ -86,6 +89,17 @@ QString headerFlaw(const OiioFormat& format, const QString& path)
     if (format.is("ico"))
         return iconFlaw(path);
     return format.is("dpx") ? dpxFlaw(path) : QString();
+}
+
+qint64 gifScreenBytes(const QString& path)
+{
+    constexpr int widthAt = 6, heightAt = 8, headerBytes = 10, bytesPerPixel = 4;
+    QFile file(path);
+    const QByteArray header = beginning(file, headerBytes);
+    if (header.isEmpty())
+        return 0;
+    return qint64(qFromLittleEndian<quint16>(header.constData() + widthAt))
+           * qFromLittleEndian<quint16>(header.constData() + heightAt) * bytesPerPixel;
 }
 
 int pngGrayBits(const QString& path)

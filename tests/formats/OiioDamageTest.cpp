@@ -96,6 +96,8 @@ private slots:
     void whatIsNoFileOfItsFormatIsRefused_data();
     void whatIsNoFileOfItsFormatIsRefused();
     void largeImagesAreRefusedByTheirHeader();
+    void largeScreensOfGifFilesAreRefused();
+    void dpxFilesThatLackSamplesAreRefused_data();
     void dpxFilesThatLackSamplesAreRefused();
 };
 
@@ -228,8 +230,34 @@ void OiioDamageTest::largeImagesAreRefusedByTheirHeader()
     QVERIFY(!loaded.loader->lastError().reason.isEmpty());
 }
 
+void OiioDamageTest::largeScreensOfGifFilesAreRefused()
+{
+    QByteArray content = soundFile(QStringLiteral("gif"), ep::DataTypeUInt8, 4);
+    content.replace(6, 4, "\xff\x7f\xff\x7f");
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("large.gif"));
+    writeFile(path, content);
+    loadFormatPlugin(QStringLiteral("oiio"));
+    const LoadedFrame loaded = loadFrame("ep::oiio::CxOiioImageLoader", path, 0, 64 << 20);
+    QVERIFY(!loaded.data);
+    const ep::SxFileError error = loaded.loader->lastError();
+    QCOMPARE(int(error.kind), int(ep::ExFileError::TooLarge));
+    QVERIFY2(error.reason.contains(QString::number(4ll * 32767 * 32767)), qPrintable(error.reason));
+}
+
+void OiioDamageTest::dpxFilesThatLackSamplesAreRefused_data()
+{
+    QTest::addColumn<int>("bits");
+    QTest::addColumn<QString>("told");
+    QTest::newRow("doubles") << 64 << "too short for its samples";
+    QTest::newRow("samples of no bits") << 0 << "samples of 0 bits";
+    QTest::newRow("samples of 200 bits") << 200 << "samples of 200 bits";
+}
+
 void OiioDamageTest::dpxFilesThatLackSamplesAreRefused()
 {
+    QFETCH(int, bits);
+    QFETCH(QString, told);
     // One column of doubles, a fraction of which the file has: the rest would be what memory held.
     QByteArray content = soundFile(QStringLiteral("dpx"), ep::DataTypeUInt16, 3);
     const bool isLittle = content.startsWith("XPDS");
@@ -240,14 +268,14 @@ void OiioDamageTest::dpxFilesThatLackSamplesAreRefused()
     set(widthAt, 1);
     set(heightAt, 8192);
     content[descriptorAt] = 0;
-    content[bitsAt] = 64;
+    content[bitsAt] = static_cast<char>(bits);
     QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("short.dpx"));
     writeFile(path, content);
     ep::CxScopedBuffer image;
     ep::SxFileError error;
     QVERIFY(!Manager::loadImageFromFile(path, image.image(), nullptr, nullptr, &error));
-    QVERIFY2(error.reason.contains(QStringLiteral("too short for its samples")), qPrintable(error.reason));
+    QVERIFY2(error.reason.contains(told), qPrintable(error.reason));
 }
 
 int main(int argc, char** argv)
