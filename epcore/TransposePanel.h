@@ -28,18 +28,19 @@ inline std::ptrdiff_t partEnd(std::ptrdiff_t begin, std::ptrdiff_t length, std::
  *
  * @verbatim
  *      source                           block, in the cache          destination
- *   |  panel: 1 KiB     |                 64 B  128 B + rest
+ *   |  panel: 1 KiB     |                 64 B  depth + rest
  *   |<----------------->|                +---+-------------+
- *   |  +---+  ......    |  128 B deep    |   | a row each, |   lines   +--------------+
- *   |  |   |  :    :    |  in the     -> | w | transposed  |   ---->   |  2 whole     |
+ *   |  +---+  ......    |  depth: 2 or   |   | a row each, |   lines   +--------------+
+ *   |  |   |  :    :    |  4 lines in -> | w | transposed  |   ---->   |  2 or 4      |
  *   |  +---+  ......    |  destination   |   |             |           |  lines a row |
  *   |  64 B   fetched   |                +---+-------------+           +--------------+
  *   |   ->    ahead     |                  ^ w: began a line that was not full
  *   |  next band below  |
  * @endverbatim
  * Blocks follow the rows of the source, and what comes 512 bytes later is fetched meanwhile: a processor foresees a few
- * rows by itself, but not the 128 of a block. Writing lines here and there costs little if they are whole and go past
- * the cache; so the bytes of a row that do not fill a line wait for the next block of the panel.
+ * rows by itself, but not those of a block. Small samples make it 128 rows high with two lines already. Writing lines
+ * here and there costs little if they are whole and go past the cache; so the bytes of a row that do not fill a line
+ * wait for the next block of the panel.
  */
 template <typename T>
 class TransposePanel {
@@ -70,15 +71,14 @@ private:
     static constexpr std::ptrdiff_t line = cacheLine;
     // Whole lines hold whole pixels.
     static constexpr std::ptrdiff_t blockColumns = std::max(edge, (isWord ? line : 3 * line) / step);
-    static constexpr std::ptrdiff_t blockRows = std::max(edge, (isWord ? 2 * line : 3 * line) / step);
+    static constexpr std::ptrdiff_t blockRows = std::max(edge, (isWord ? (step < 4 ? 2 : 4) * line : 3 * line) / step);
     static constexpr std::ptrdiff_t panelColumns = 1024 / (blockColumns * step) * blockColumns;
     static constexpr std::ptrdiff_t columnsAhead = 512 / (blockColumns * step) * blockColumns;
     // Room for a rest, for a word behind the last pixel, and rows that do not all meet in the same lines of the cache.
     static constexpr std::ptrdiff_t asideRow = (blockColumns + edge) * step + 16;
     static constexpr std::ptrdiff_t blockRow = line + (blockRows + edge) * step + 16;
-    // More rows than the eight that a cache keeps where their distance is a power of two; and pixels that are moved as
-    // words must not be read past their image.
-    static constexpr bool goesAside = edge > 8 || !isWord;
+    // Pixels that are moved as words must not be read past their image.
+    static constexpr bool goesAside = !isWord;
 
     void transposeBand(std::ptrdiff_t top, std::ptrdiff_t bottom)
     {
