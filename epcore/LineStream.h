@@ -51,7 +51,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t line = 64;
+    static constexpr std::size_t line = cacheLine;
 
     void goTo(unsigned char* to)
     {

@@ -2,39 +2,14 @@
 
 #include <ep/CxImageFormatManager.h>
 
+#include "NoisyMosaic.h"
 #include "PlainFile.h"
 
 #include <QTemporaryDir>
 
-#include <cstring>
-#include <random>
-
 namespace {
 
 using Manager = ep::CxImageFormatManager;
-
-/** Twelve noisy bits over a gradient, as a camera gives them. */
-ep::CxScopedBuffer scene()
-{
-    ep::CxScopedBuffer mosaic;
-    mosaic->width = 6000;
-    mosaic->height = 4000;
-    mosaic->channels = 1;
-    mosaic->bitDepth = 12;
-    mosaic->dataType = ep::DataTypeUInt16;
-    mosaic->bayerGrid = ep::BayerGridRGGB;
-    mosaic->patternWidth = mosaic->patternHeight = 2;
-    if (ep::failed(mosaic.allocate()))
-        return mosaic;
-    std::mt19937 random(1);
-    auto* row = static_cast<char*>(mosaic->data);
-    for (int y = 0; y < mosaic->height; ++y, row += mosaic->stride)
-        for (int x = 0; x < mosaic->width; ++x) {
-            const auto sample = static_cast<quint16>(unsigned(x) / 2 + (random() & 63));
-            std::memcpy(row + 2 * x, &sample, sizeof(sample));
-        }
-    return mosaic;
-}
 
 QMap<QString, QVariant> compressionOptions(const benchmark::State& state)
 {
@@ -45,7 +20,7 @@ QMap<QString, QVariant> compressionOptions(const benchmark::State& state)
 void load(benchmark::State& state)
 {
     const QTemporaryDir folder;
-    const ep::CxScopedBuffer mosaic = scene();
+    const ep::CxScopedBuffer mosaic = noisyMosaic(6000, 4000);
     const QMap<QString, QVariant> options = compressionOptions(state);
     const QString path = folder.filePath(QStringLiteral("image.dng"));
     const QString plain = folder.filePath(QStringLiteral("plain"));
@@ -64,7 +39,7 @@ void load(benchmark::State& state)
 void save(benchmark::State& state)
 {
     const QTemporaryDir folder;
-    const ep::CxScopedBuffer mosaic = scene();
+    const ep::CxScopedBuffer mosaic = noisyMosaic(6000, 4000);
     const QMap<QString, QVariant> options = compressionOptions(state);
     const QString path = folder.filePath(QStringLiteral("image.dng"));
     const QString plain = folder.filePath(QStringLiteral("plain"));

@@ -1,7 +1,7 @@
 // Forty captures of 6 megapixels through the program: two jobs against one, in whole runs. What two jobs can gain at
 // most on this machine, as busy as it is, is what two programs gain that share nothing: each has one shard and one job.
 
-#include <ep/epcore.h>
+#include "NoisyMosaic.h"
 
 #include <benchmark/benchmark.h>
 
@@ -11,9 +11,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
-#include <cstring>
 #include <memory>
-#include <random>
 #include <vector>
 
 namespace {
@@ -21,29 +19,6 @@ namespace {
 using Manager = ep::CxImageFormatManager;
 
 constexpr int captures = 40;
-
-/** Twelve noisy bits over a gradient, as a camera gives them. */
-ep::CxScopedBuffer scene()
-{
-    ep::CxScopedBuffer mosaic;
-    mosaic->width = 3000;
-    mosaic->height = 2000;
-    mosaic->channels = 1;
-    mosaic->bitDepth = 12;
-    mosaic->dataType = ep::DataTypeUInt16;
-    mosaic->bayerGrid = ep::BayerGridRGGB;
-    mosaic->patternWidth = mosaic->patternHeight = 2;
-    if (ep::failed(mosaic.allocate()))
-        return mosaic;
-    std::mt19937 random(1);
-    auto* row = static_cast<char*>(mosaic->data);
-    for (int y = 0; y < mosaic->height; ++y, row += mosaic->stride)
-        for (int x = 0; x < mosaic->width; ++x) {
-            const auto sample = static_cast<quint16>(unsigned(x) + (random() & 63));
-            std::memcpy(row + 2 * x, &sample, sizeof(sample));
-        }
-    return mosaic;
-}
 
 /** Seconds that so many programs with so many jobs each take for all captures; negative when one failed. */
 double secondsOf(const QDir& folder, const QStringList& command, int programs, int jobs)
@@ -75,7 +50,7 @@ void twoJobsAgainstOne(benchmark::State& state, const QStringList& command)
     const QTemporaryDir temporary;
     const QDir folder(temporary.path());
     const QString first = folder.filePath(QStringLiteral("0.dng"));
-    bool isReady = Manager::saveImageToFile(first, scene().image(), nullptr, nullptr, false, QString());
+    bool isReady = Manager::saveImageToFile(first, noisyMosaic(3000, 2000).image(), nullptr, nullptr, false, QString());
     for (int i = 1; i < captures; ++i)
         isReady = isReady && QFile::copy(first, folder.filePath(QStringLiteral("%1.dng").arg(i)));
     if (!isReady)
