@@ -67,7 +67,7 @@ void CxRawImageLoader::close()
 
 int CxRawImageLoader::frameCount() const
 {
-    return 1;
+    return isOpen() ? 1 : 0;
 }
 
 QString CxRawImageLoader::fileName() const

@@ -29,6 +29,30 @@ dithered = fits.CompImageHDU(image.astype('float32'), compression_type='RICE_1',
 fits.HDUList([fits.PrimaryHDU(), dithered]).writeto(folder + '/dithered.fits')
 )PYTHON";
 
+/** Three groups of four samples and two parameters, which are no image. */
+QByteArray groups()
+{
+    return fitsFile(8, {0, 4}, {"GROUPS = T", "PCOUNT = 2", "GCOUNT = 3"}, QByteArray(18, '\7'));
+}
+
+/** A compressed image of so many @p columns and @p rows, without its tiles. */
+QByteArray tiledFile(const QByteArray& columns, const QByteArray& rows)
+{
+    const QByteArrayList table{"XTENSION = 'BINTABLE'",
+                               "BITPIX = 8",
+                               "NAXIS = 2",
+                               "NAXIS1 = 8",
+                               "NAXIS2 = 1",
+                               "PCOUNT = 0",
+                               "GCOUNT = 1",
+                               "TFIELDS = 1",
+                               "TTYPE1 = 'COMPRESSED_DATA'",
+                               "TFORM1 = '1PB(0)'"};
+    const QByteArrayList image{"ZIMAGE = T", "ZCMPTYPE = 'RICE_1'",  "ZBITPIX = 8",
+                               "ZNAXIS = 2", "ZNAXIS1 = " + columns, "ZNAXIS2 = " + rows};
+    return fitsFile(8, {}, {}, "") + fitsHeader(table + image) + filledUp(QByteArray(8, '\0'), '\0');
+}
+
 }  // namespace
 
 class FitsDamageTest : public QObject {
@@ -44,6 +68,7 @@ private slots:
     void memoryLimit();
     void hugeSizesTakeNoMemory();
     void bytesAfterTheImageArePassedOver();
+    void anImageBehindGroupsIsRead();
     void notAFile_data();
     void notAFile();
     void changedSinceOpening();
@@ -106,6 +131,10 @@ void FitsDamageTest::damaged_data()
     QTest::newRow("a scale that is no number")
         << fitsFile(8, {4, 3}, {"BSCALE = 'one'"}, data) << "scale of the samples";
     QTest::newRow("a shift past all bounds") << fitsFile(8, {4, 3}, {"BZERO = 1E999"}, data) << "scale of the samples";
+    QTest::newRow("groups instead of an image") << groups() << "it holds no image";
+    QTest::newRow("tiles of an image without rows") << tiledFile("4", "0") << "no samples";
+    QTest::newRow("tiles of an image past 32 bits") << tiledFile("3000000000", "1") << "3000000000 x 1 x 1";
+    QTest::newRow("tiles of a negative image") << tiledFile("4", "-1") << "length of axis 2";
 }
 
 void FitsDamageTest::damaged()
@@ -181,6 +210,18 @@ void FitsDamageTest::bytesAfterTheImageArePassedOver()
 {
     QVERIFY(loadFits(file("plain") + "more"));
     QVERIFY(!loadFits(fitsFile(8, {}, {}, "") + "more"));
+}
+
+void FitsDamageTest::anImageBehindGroupsIsRead()
+{
+    const QByteArray image = fitsHeader({"XTENSION = 'IMAGE   '", "BITPIX = 8", "NAXIS = 2", "NAXIS1 = 2", "NAXIS2 = 2",
+                                         "PCOUNT = 0", "GCOUNT = 1"})
+                             + filledUp(QByteArray("\1\2\3\4"), '\0');
+    const FitsLoaded loaded = loadFits(groups() + image);
+    QVERIFY2(loaded, qPrintable(loaded.error.reason));
+    // The first row of the file is the lowest one.
+    QCOMPARE(int(sampleAt<quint8>(loaded.image(), 0, 0)), 3);
+    QCOMPARE(int(sampleAt<quint8>(loaded.image(), 1, 1)), 2);
 }
 
 void FitsDamageTest::notAFile_data()

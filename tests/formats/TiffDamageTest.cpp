@@ -147,6 +147,10 @@ private slots:
         QTest::newRow("a huge tile") << zip(TiffBytes(1, 1, 8, some).tile(1 << 20, 1 << 20)).bytes() << tooLarge;
         QTest::newRow("a tile past 64 bits")
             << zip(TiffBytes(1, 1, 8, some).tile(0xfffffff0, 0xfffffff0)).bytes() << unreadable;
+        QTest::newRow("2^31 columns") << TiffBytes(0x80000000, 4, 8, some).bytes() << tooLarge;
+        QTest::newRow("no channels") << TiffBytes(4, 4, 8, some).set(TIFFTAG_SAMPLESPERPIXEL, 0).bytes() << unreadable;
+        QTest::newRow("a volume") << TiffBytes(4, 4, 8, some).set(TIFFTAG_IMAGEDEPTH, 2).bytes()
+                                  << int(ep::ExFileError::Unsupported);
         QTest::newRow("no width") << TiffBytes(0, 4, 8, some).bytes() << unreadable;
         QTest::newRow("no height") << TiffBytes(4, 0, 8, some).bytes() << unreadable;
         QTest::newRow("strips of no rows")

@@ -17,6 +17,8 @@ private slots:
     void descriptionsCount();
     void otherSizesAreDifferent();
     void unreadableFilesAreNamed();
+    void theColoursOfAnXTransCellAreAddedUp();
+    void realNumbersArePeakedByTheirSpan();
 };
 
 void CompareCommandTest::aConvertedCaptureIsTheSame()
@@ -134,6 +136,69 @@ void CompareCommandTest::unreadableFilesAreNamed()
     QVERIFY2(run.code == 3, run.all());
     QVERIFY2(run.err.contains(QStringLiteral("none.tif")), run.all());
     QVERIFY(run.out.isEmpty());
+}
+
+void CompareCommandTest::theColoursOfAnXTransCellAreAddedUp()
+{
+    const ImageFolder folder;
+    constexpr int side = 24;
+    const auto a = cameraMosaic(ep::BayerGridCell, side, side);
+    auto b = copyOf(a.image());
+    // In several places of the cell; the first green one lies to the right of a later one, and above it.
+    for (const QPoint& place : {QPoint(13, 2), QPoint(1, 3), QPoint(7, 19), QPoint(2, 6), QPoint(22, 22)})
+        setSample<quint16>(b.image(), place.x(), place.y(), 0,
+                           quint16(sampleAt<quint16>(a.image(), place.x(), place.y()) ^ (3 * place.x() + 1)));
+    QVERIFY(folder.save(QStringLiteral("a.dng"), a) && folder.save(QStringLiteral("b.dng"), b));
+    const ProgramRun run =
+        runOrn({QStringLiteral("compare"), QStringLiteral("--json"), folder.path("a.dng"), folder.path("b.dng")});
+    QVERIFY2(run.code == 1, run.all());
+    const QJsonArray colors = run.json()[QStringLiteral("colors")].toArray();
+    QCOMPARE(colors.size(), 3);
+    for (const QJsonValue& color : colors) {
+        const QString name = color[QStringLiteral("name")].toString();
+        int samples = 0;
+        int different = 0;
+        double most = 0;
+        double squares = 0;
+        QPoint first(-1, -1);
+        for (int y = 0; y < side; ++y)
+            for (int x = 0; x < side; ++x) {
+                if (QString(xTransColors().at(6 * (y % 6) + x % 6)) != name)
+                    continue;
+                const double error =
+                    std::fabs(double(sampleAt<quint16>(a.image(), x, y)) - sampleAt<quint16>(b.image(), x, y));
+                if (error > 0 && different++ == 0)
+                    first = QPoint(x, y);
+                ++samples;
+                most = std::max(most, error);
+                squares += error * error;
+            }
+        QCOMPARE(color[QStringLiteral("samples")].toInt(), samples);
+        QCOMPARE(color[QStringLiteral("different")].toInt(), different);
+        QCOMPARE(color[QStringLiteral("maximumError")].toDouble(), most);
+        QVERIFY(std::fabs(color[QStringLiteral("rmsError")].toDouble() - std::sqrt(squares / samples)) < 1e-9);
+        const QJsonObject place = color[QStringLiteral("first")].toObject();
+        QCOMPARE(QPoint(place[QStringLiteral("x")].toInt(-1), place[QStringLiteral("y")].toInt(-1)), first);
+    }
+}
+
+void CompareCommandTest::realNumbersArePeakedByTheirSpan()
+{
+    const ImageFolder folder;
+    auto image = randomImage(describe(ep::DataTypeFloat, 5, 4, 2, ep::LayoutPlanar));
+    for (int channel = 0; channel < 2; ++channel)
+        for (int y = 0; y < 4; ++y)
+            for (int x = 0; x < 5; ++x)
+                setSample(image.image(), x, y, channel, channel == 0 ? 0.25F * float(x) : -0.5F * float(y));
+    QVERIFY(folder.save(QStringLiteral("a.tif"), image));
+    setSample(image.image(), 2, 3, 1, 100.0F);
+    QVERIFY(folder.save(QStringLiteral("b.tif"), image));
+    const ProgramRun run =
+        runOrn({QStringLiteral("compare"), QStringLiteral("--json"), folder.path("a.tif"), folder.path("b.tif")});
+    QVERIFY2(run.code == 1, run.all());
+    QCOMPARE(run.json()[QStringLiteral("peak")].toDouble(), 1.0 + 1.5);
+    const QJsonObject second = run.json()[QStringLiteral("channels")].toArray()[1].toObject();
+    QCOMPARE(second[QStringLiteral("maximumError")].toDouble(), 101.5);
 }
 
 QTEST_GUILESS_MAIN(CompareCommandTest)

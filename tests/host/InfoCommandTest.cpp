@@ -1,4 +1,5 @@
 #include "CameraImages.h"
+#include "FullMetadata.h"
 #include "Program.h"
 #include "TiffBytes.h"
 
@@ -31,6 +32,7 @@ private slots:
     void saysTheRangeOfAnXTransCellByColour();
     void saysInJsonWhatJsonHasNoNumberFor();
     void saysWhatATextReaderWants();
+    void saysWhereAndWhenACaptureWasTaken();
 
 private:
     QString path(const char* name) const { return m_folder.filePath(QLatin1String(name)); }
@@ -270,6 +272,25 @@ void InfoCommandTest::saysWhatATextReaderWants()
                              "range +\\d+ \\.\\. 16383", "Common Image Metadata", "exposure +1/250 s",
                              "aperture +f/5\\.6", "Matlab Image Metadata", "rows reversed +yes", "stored planes +4"})
         QVERIFY2(QRegularExpression(QLatin1String(line)).match(run.out).hasMatch(), line + run.all());
+}
+
+void InfoCommandTest::saysWhereAndWhenACaptureWasTaken()
+{
+    const ep::CxScopedBuffer mosaic = cameraMosaic(ep::BayerGridRGGB, 24, 16);
+    const ep::CxMetadata metadata = fullMetadata();
+    QVERIFY(ep::CxImageFormatManager::saveImageToFile(path("full.mat"), mosaic.image(), &metadata, nullptr, false, {}));
+    const ProgramRun run = runOrn({QStringLiteral("info"), path("full.mat")});
+    QVERIFY2(run.code == 0, run.all());
+    for (const char* line :
+         {"sensor +6080 x 4044, image at column 32, row 24", "taken +2021-02-28T23:59:58\\.125\\+05:30",
+          "orientation +6", "focal length +35\\.5 mm", "Lens +35mm f/2", "exposure +1/320 s"})
+        QVERIFY2(QRegularExpression(QLatin1String(line)).match(run.out).hasMatch(), line + run.all());
+    const QJsonObject file = runOrn({QStringLiteral("info"), QStringLiteral("--json"), path("full.mat")})
+                                 .json()[QStringLiteral("files")]
+                                 .toArray()[0]
+                                 .toObject();
+    const QByteArray json = QJsonDocument(file).toJson(QJsonDocument::Compact);
+    QVERIFY2(json.contains("\"sensor\":{\"height\":4044,\"leftMargin\":32,\"topMargin\":24,\"width\":6080}"), json);
 }
 
 QTEST_GUILESS_MAIN(InfoCommandTest)

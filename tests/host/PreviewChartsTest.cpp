@@ -52,6 +52,8 @@ private slots:
     void anOldHistogramSurvivesAFullDisk();
     void aContactSheetHoldsEveryImage();
     void unreadableFilesGetAPlaceholder();
+    void failuresAreAnsweredInJson_data();
+    void failuresAreAnsweredInJson();
     void aMissingModuleIsNamed_data();
     void aMissingModuleIsNamed();
 };
@@ -238,6 +240,42 @@ void PreviewChartsTest::unreadableFilesGetAPlaceholder()
     const int half = sheet.image->width / 2;
     const int inPlaceholder = drawnIn(sheet.image.image(), {half, 0, half, sheet.image->height / 2});
     QVERIFY(inPlaceholder > 200 && inPlaceholder < 10000);
+}
+
+void PreviewChartsTest::failuresAreAnsweredInJson_data()
+{
+    QTest::addColumn<QString>("in");
+    QTest::addColumn<QString>("out");
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<QString>("named");
+    QTest::addColumn<int>("code");
+    const QString missing = QStringLiteral("none.tif");
+    const QString picture = QStringLiteral("h.png");
+    const QString nowhere = QStringLiteral("none/h.png");
+    QTest::newRow("a histogram of a missing file")
+        << missing << picture << QStringLiteral("--histogram") << missing << 3;
+    QTest::newRow("a histogram in a missing folder")
+        << QStringLiteral("a.tif") << nowhere << QStringLiteral("--histogram") << nowhere << 4;
+    QTest::newRow("a contact sheet in a missing folder")
+        << QStringLiteral("a.tif") << nowhere << QStringLiteral("--contact-sheet") << nowhere << 4;
+}
+
+void PreviewChartsTest::failuresAreAnsweredInJson()
+{
+    QFETCH(QString, in);
+    QFETCH(QString, out);
+    QFETCH(QString, kind);
+    QFETCH(QString, named);
+    QFETCH(int, code);
+    const ImageFolder folder;
+    QVERIFY(folder.save(QStringLiteral("a.tif"), cameraMosaic(ep::BayerGridRGGB, 24, 16)));
+    const ProgramRun run =
+        runOrn({QStringLiteral("preview"), QStringLiteral("--json"), kind, folder.path(in), folder.path(out)});
+    QVERIFY2(run.code == code, run.all());
+    const QJsonObject error = run.json()[QStringLiteral("error")].toObject();
+    QCOMPARE(error[QStringLiteral("file")].toString(), folder.path(named));
+    QVERIFY2(!error[QStringLiteral("reason")].toString().isEmpty(), run.all());
+    QVERIFY(!folder.has("h.png"));
 }
 
 void PreviewChartsTest::aMissingModuleIsNamed_data()

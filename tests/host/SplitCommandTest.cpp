@@ -14,6 +14,7 @@ private slots:
     void splits_data();
     void splits();
     void saysWhichHalfIsWritten();
+    void notesWhatAHalfDoesNotKeep();
     void refuses_data();
     void refuses();
 
@@ -118,6 +119,24 @@ void SplitCommandTest::saysWhichHalfIsWritten()
     QVERIFY2(saysOf(run, m_files.path("half.tif"), "this half is written"), run.all());
     QVERIFY(m_files.has("half.tif") && !m_files.has("half.png"));
     QVERIFY(QFile::remove(m_files.path("half.tif")));
+}
+
+void SplitCommandTest::notesWhatAHalfDoesNotKeep()
+{
+    ep::CxScopedBuffer odd = randomImage(describe(ep::DataTypeDouble, 7, 5));
+    for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 7; ++x)
+            setSample(odd.image(), x, y, 0, double(x - y));
+    odd->bayerGrid = ep::BayerGridGBRG;
+    odd->patternWidth = odd->patternHeight = 2;
+    QVERIFY(m_files.save(QStringLiteral("odd.tif"), odd));
+    const ProgramRun run = split(QStringLiteral("odd.tif"), QStringLiteral("p.mat"), QStringLiteral("m.mat"), {});
+    QVERIFY2(run.code == 0, run.all());
+    for (const char* half : {"p.mat", "m.mat"}) {
+        QVERIFY2(saysOf(run, m_files.path(half), "without its grid"), run.all());
+        QCOMPARE(int(m_files.load(QLatin1String(half)).image->bayerGrid), int(ep::BayerGridNone));
+        QVERIFY(QFile::remove(m_files.path(half)));
+    }
 }
 
 void SplitCommandTest::refuses_data()
