@@ -6,8 +6,6 @@
 
 #include "TestImages.h"
 
-#include <CLI/CLI.hpp>
-
 #include <sstream>
 
 namespace {
@@ -39,18 +37,15 @@ void repair(const RepairLevelOptions& options, ep::ExImageDataType type, int cha
     fuzzing::outcome().setAccepted();
 }
 
-void chooseShard(const std::string& shard)
+void chooseShard(const QString& shard)
 {
-    CLI::App app;
+    const QString refusal = refusedShard(shard);
+    fuzzing::outcome().add(refusal);
+    if (!refusal.isEmpty())
+        return;
     InputListOptions options;
-    addInputListOptions(app, options);
-    std::vector<std::string> arguments{"--shard=" + shard};
-    try {
-        app.parse(arguments);
-        fuzzing::outcome().add(shardOf(planeNames(20), options).join(QLatin1Char(',')));
-    } catch (const CLI::ParseError& error) {
-        fuzzing::outcome().add(QString::fromUtf8(error.what()));
-    }
+    options.shard = shard;
+    fuzzing::outcome().add(shardOf(planeNames(20), options).join(QLatin1Char(',')));
 }
 
 }  // namespace
@@ -59,10 +54,13 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     std::istringstream lines(std::string(reinterpret_cast<const char*>(data), size));
     RepairLevelOptions options;
-    std::string shard;
-    for (std::string* value :
-         {&options.low, &options.high, &options.lowPercent, &options.highPercent, &options.valid, &shard})
-        std::getline(lines, *value);
+    QString shard;
+    for (QString* value :
+         {&options.low, &options.high, &options.lowPercent, &options.highPercent, &options.valid, &shard}) {
+        std::string line;
+        std::getline(lines, line);
+        *value = QString::fromStdString(line);
+    }
     chooseShard(shard);
     const QString refusal = refusedLevels(options);
     fuzzing::outcome().add(refusal);

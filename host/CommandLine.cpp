@@ -1,6 +1,5 @@
 #include "CommandLine.h"
 
-#include "Command.h"
 #include "CompareCommand.h"
 #include "ConvertCommand.h"
 #include "DefectsCommand.h"
@@ -15,8 +14,6 @@
 #include "RepairCommand.h"
 #include "SplitCommand.h"
 
-#include <CLI/CLI.hpp>
-
 namespace {
 
 constexpr AddCommand commands[] = {
@@ -26,17 +23,10 @@ constexpr AddCommand commands[] = {
 
 }  // namespace
 
-void describeCommandLine(CLI::App& program, Output& output, ExitCode& exitCode)
+CommandParser commandLine()
 {
-    program.name("orn");
-    program.description("Images of cameras: what they hold, and from one format into another");
-    program.set_version_flag("--version", "orn " ORN_VERSION, "Print the version and exit");
-    program.set_help_flag("-h,--help", "Print this help and exit");
-    program.require_subcommand(1);
-    program.fallthrough();  // options of the program may stand behind the subcommand, too
-    addLimitOptions(program);
-    program.footer(
-        "Examples:\n"
+    CommandParser parser(
+        "orn", "Images of cameras: what they hold, and from one format into another", "orn " ORN_VERSION,
         "  orn info photo.dng\n"
         "  orn convert photo.dng photo.mat\n"
         "  orn convert --help\n"
@@ -49,6 +39,9 @@ void describeCommandLine(CLI::App& program, Output& output, ExitCode& exitCode)
         "\n"
         "Exit codes: 0 done, 1 some files failed or images differ, 2 usage, 3 unreadable input,\n"
         "4 unwritable output, 5 refused (would lose samples, too large), 130 cancelled");
+    const Command program = parser.program();
+    addLimitOptions(program);
     for (AddCommand add : commands)
-        add(program, output, exitCode);
+        add(program);
+    return parser;
 }

@@ -4,13 +4,7 @@
  */
 #pragma once
 
-#include "ExitCodes.h"
+#include "CommandParser.h"
 
-class Output;
-
-namespace CLI {
-class App;
-}
-
-/** Makes @p program the command line of `orn` with all its subcommands, which answer as AddCommand says. */
-void describeCommandLine(CLI::App& program, Output& output, ExitCode& exitCode);
+/** The command line of `orn` with all its subcommands. */
+CommandParser commandLine();

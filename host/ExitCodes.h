@@ -6,6 +6,8 @@
 
 #include <ep/SxFileError.h>
 
+#include <cstddef>
+
 /** Exit codes of the program. A command of several files exits with SomeFailed, of one file with that file's code. */
 enum class ExitCode {
     Done = 0,        ///< everything was done
@@ -38,4 +40,10 @@ inline ExitCode exitCodeOfOutput(ep::ExFileError kind)
     case ep::ExFileError::Refused: return ExitCode::Refused;
     default: return ExitCode::Unwritable;
     }
+}
+
+/** The code of a command that served @p files files, of which the last one that failed did so with @p lastFailure. */
+inline ExitCode exitCodeOfFiles(std::size_t files, ExitCode lastFailure)
+{
+    return files > 1 && lastFailure != ExitCode::Done ? ExitCode::SomeFailed : lastFailure;
 }

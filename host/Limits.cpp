@@ -1,8 +1,8 @@
 #include "Limits.h"
 
-#include <ep/CxImageFormatManager.h>
+#include "Command.h"
 
-#include <CLI/CLI.hpp>
+#include <ep/CxImageFormatManager.h>
 
 #include <QtGlobal>
 
@@ -75,19 +75,14 @@ void apply(const LimitOptions& options)
 const char processorTimeIsOver[] =
     "orn: the limit of processor time is reached (with --untrusted: 60 seconds for each file)\n";
 
-void addLimitOptions(CLI::App& program)
+void addLimitOptions(const Command& program)
 {
     auto options = std::make_shared<LimitOptions>();
-    program
-        .add_option("--memory-limit", options->memory,
-                    "Refuse images whose samples take more than this, as in 512M or 2G (default: half of the memory)")
-        ->type_name("SIZE")
-        ->transform(CLI::AsSizeValue(false).description(""))
-        ->check(CLI::PositiveNumber.description(""));
-    program.add_flag(
-        "--untrusted", options->isUntrusted,
-        "For files from strangers: refuse MAT files of version 7.3, and limit memory, time and file sizes");
-    program.parse_complete_callback([options] { apply(*options); });
+    program.size("--memory-limit", options->memory, "SIZE",
+                 "Refuse images whose samples take more than this, as in 512M or 2G (default: half of the memory)");
+    program.flag("--untrusted", options->isUntrusted,
+                 "For files from strangers: refuse MAT files of version 7.3, and limit memory, time and file sizes");
+    program.setPreparation([options] { apply(*options); });
 }
 
 void grantProcessorTime(int filesAtOnce)

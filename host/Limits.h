@@ -4,12 +4,10 @@
  */
 #pragma once
 
-namespace CLI {
-class App;
-}
+class Command;
 
 /** Adds the options --memory-limit and --untrusted to @p program. They are in force before a subcommand begins. */
-void addLimitOptions(CLI::App& program);
+void addLimitOptions(const Command& program);
 
 /**
  * With --untrusted, gives the program processor time for another file, or for @p filesAtOnce that are in work side by

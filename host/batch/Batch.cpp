@@ -1,13 +1,12 @@
 #include "Batch.h"
 
-#include "Command.h"
+#include "CommonOptions.h"
 #include "InterruptHandler.h"
 #include "Limits.h"
 #include "Output.h"
 #include "PictureFile.h"
 #include "ProgressDisplay.h"
-
-#include <CLI/CLI.hpp>
+#include "UsageError.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -124,43 +123,36 @@ FileOutcome Workers::serve(const BatchItem& item) const
     return outcome;
 }
 
-/** Throws what the parser throws when there is a reason. */
-void refuse(const QString& reason)
-{
-    if (!reason.isEmpty())
-        throw CLI::ValidationError(reason.toStdString());
-}
-
 /** Everything that can be found wrong before a file is touched. */
 QVector<BatchItem> planned(const QStringList& files, const BatchOptions& options, const BatchWork& work)
 {
-    QString suffix = text(options.suffix);
+    QString suffix = options.suffix;
     if (suffix.startsWith(QLatin1Char('.')))
         suffix.remove(0, 1);
     ep::SxFileError error;
     if (!suffix.isEmpty() && !canBeWritten(QStringLiteral("file.") + suffix, error))
-        refuse(QStringLiteral("--to: ") + error.reason);
+        throw UsageError(QStringLiteral("--to: ") + error.reason);
     QVector<BatchItem> items;
-    refuse(planBatch(files, options.inputs,
-                     {text(options.folder), suffix, options.resume, text(options.log), work.besides}, items));
+    throwIfRefused(
+        planBatch(files, options.inputs, {options.folder, suffix, options.resume, options.log, work.besides}, items));
     for (const BatchItem& item : qAsConst(items))
-        refuse(work.refuse(item.input, item.output));
+        throwIfRefused(work.refuse(item.input, item.output));
     return items;
 }
 
 /** Makes the folder and the log. */
 ExitCode prepare(const BatchOptions& options, BatchReport& report, Output& output)
 {
-    const QString folder = text(options.folder);
+    const QString& folder = options.folder;
     if (!QDir().mkpath(folder)) {
         output.problem(folder, QFileInfo::exists(folder) ? QStringLiteral("it is a file, not a folder")
                                                          : QStringLiteral("the folder cannot be made"));
         return ExitCode::Unwritable;
     }
     ep::SxFileError error;
-    if (options.log.empty() || report.openLog(text(options.log), options.resume, error))
+    if (options.log.isEmpty() || report.openLog(options.log, options.resume, error))
         return ExitCode::Done;
-    output.problem(text(options.log), error.reason);
+    output.problem(options.log, error.reason);
     return exitCodeOfOutput(error.kind);
 }
 
@@ -192,49 +184,44 @@ ExitCode serveAll(const QVector<BatchItem>& items, const BatchOptions& options, 
 
 }  // namespace
 
-InputAndOutput inputAndOutput(const std::vector<std::string>& files)
+InputAndOutput inputAndOutput(const QStringList& files)
 {
-    if (files.empty())
-        throw CLI::RequiredError("IN");
+    if (files.isEmpty())
+        throw UsageError(QStringLiteral("IN is required"));
     if (files.size() < 2)
-        throw CLI::ValidationError("OUT is required (or --out-dir, to serve many files)");
+        throw UsageError(QStringLiteral("OUT is required (or --out-dir, to serve many files)"));
     if (files.size() > 2)
-        throw CLI::ValidationError("'" + files[2] + "' is one argument too many; --out-dir serves many files");
-    return {text(files[0]), text(files[1])};
+        throw UsageError(QStringLiteral("'%1' is one argument too many; --out-dir serves many files").arg(files[2]));
+    return {files[0], files[1]};
 }
 
-void addBatchOptions(CLI::App& command, BatchOptions& options)
+void addBatchOptions(const Command& command, BatchOptions& options)
 {
-    CLI::Option* folder =
-        command
-            .add_option("--out-dir", options.folder,
-                        "Serve many files: each FILE is read, and its output goes into this folder, which is made")
-            ->type_name("DIR");
-    command.add_option("--to", options.suffix, "With --out-dir: the suffix of the outputs, which chooses the format")
-        ->type_name("SUFFIX")
-        ->needs(folder);
-    addInputListOptions(command, options.inputs, folder);
-    command.add_option("--jobs", options.jobs, "So many files at once (default: one per processor)")
-        ->type_name("N")
-        ->check(CLI::PositiveNumber)
-        ->needs(folder);
+    const char* const folder = "--out-dir";
+    command.value(folder, options.folder, "DIR",
+                  "Serve many files: each FILE is read, and its output goes into this folder, which is made");
     command
-        .add_flag("--resume", options.resume,
-                  "Skip a file whose output, and what is made with it, exists and is newer than it")
-        ->needs(folder);
-    command.add_option("--run-log", options.log, "Report each file in this file as it ends: a line of JSON")
-        ->type_name("FILE")
-        ->needs(folder);
-    command.add_flag("--quiet", options.quiet, "Show no progress")->needs(folder);
+        .value("--to", options.suffix, "SUFFIX", "With --out-dir: the suffix of the outputs, which chooses the format")
+        .needs(folder);
+    addInputListOptions(command, options.inputs, folder);
+    command.value("--jobs", options.jobs, "N", "So many files at once (default: one per processor)")
+        .positive()
+        .needs(folder);
+    command
+        .flag("--resume", options.resume,
+              "Skip a file whose output, and what is made with it, exists and is newer than it")
+        .needs(folder);
+    command.value("--run-log", options.log, "FILE", "Report each file in this file as it ends: a line of JSON")
+        .needs(folder);
+    addQuietFlag(command, options.quiet).needs(folder);
 }
 
-ExitCode runBatch(const std::vector<std::string>& files, const BatchOptions& options, const BatchWork& work,
-                  Output& output)
+ExitCode runBatch(const QStringList& files, const BatchOptions& options, const BatchWork& work, Output& output)
 {
     QStringList inputs;
     ep::SxFileError error;
     if (!readInputList(files, options.inputs, inputs, error)) {
-        output.problem(text(options.inputs.listFile), error.reason);
+        output.problem(options.inputs.listFile, error.reason);
         return exitCodeOfInput(error.kind);
     }
     const QVector<BatchItem> items = planned(inputs, options, work);

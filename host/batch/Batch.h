@@ -9,20 +9,18 @@
 #include "FileOutcome.h"
 
 #include <functional>
-#include <string>
-#include <vector>
 
 /** What a command line says of many files. */
 struct BatchOptions {
-    std::string folder;  ///< where the outputs go; empty: this is no batch
-    std::string suffix;
+    QString folder;  ///< where the outputs go; empty: this is no batch
+    QString suffix;
     InputListOptions inputs;
-    std::string log;
+    QString log;
     int jobs = 0;  ///< files in work at once; 0: one per processor
     bool resume = false;
     bool quiet = false;
 
-    bool isBatch() const { return !folder.empty(); }
+    bool isBatch() const { return !folder.isEmpty(); }
 };
 
 /** What is done with each file. */
@@ -42,16 +40,15 @@ struct InputAndOutput {
     QString output;
 };
 
-/** The two files of a command that is no batch; throws what the parser throws when there are not two. */
-InputAndOutput inputAndOutput(const std::vector<std::string>& files);
+/** The two files of a command that is no batch; throws UsageError when there are not two. */
+InputAndOutput inputAndOutput(const QStringList& files);
 
 /** Adds the options of batches to @p command: --out-dir and what goes with it. */
-void addBatchOptions(CLI::App& command, BatchOptions& options);
+void addBatchOptions(const Command& command, BatchOptions& options);
 
 /**
  * Does @p work for the files that are named on the command line and in the list. A file that fails does not stop the
- * rest; an interrupt lets the files in work end and begins no other. Throws CLI::ValidationError when the command line
+ * rest; an interrupt lets the files in work end and begins no other. Throws UsageError when the command line
  * makes no sense: before anything is written.
  */
-ExitCode runBatch(const std::vector<std::string>& files, const BatchOptions& options, const BatchWork& work,
-                  Output& output);
+ExitCode runBatch(const QStringList& files, const BatchOptions& options, const BatchWork& work, Output& output);

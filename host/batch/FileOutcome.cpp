@@ -2,8 +2,7 @@
 
 #include "Json.h"
 #include "Output.h"
-
-#include <CLI/CLI.hpp>
+#include "UsageError.h"
 
 namespace {
 
@@ -39,7 +38,7 @@ ExitCode sayOutcome(const FileOutcome& outcome, const QString& command, bool jso
     for (const FileNote& note : outcome.notes)
         output.note(note.file, note.text);
     if (outcome.code == ExitCode::Usage)
-        throw CLI::ValidationError(outcome.error.reason.toStdString());
+        throw UsageError(outcome.error.reason);
     if (outcome.code != ExitCode::Done)
         output.problem(outcome.file, outcome.error.reason);
     if (!json) {

@@ -43,7 +43,7 @@ void failOutput(FileOutcome& outcome, const QString& file, const ep::SxFileError
 void failUsage(FileOutcome& outcome, const QString& file, const QString& reason);
 
 /**
- * Says what became of the only file of @p command, as text or as JSON. Throws CLI::ValidationError for options that do
+ * Says what became of the only file of @p command, as text or as JSON. Throws UsageError for options that do
  * not fit. @return the outcome's code
  */
 ExitCode sayOutcome(const FileOutcome& outcome, const QString& command, bool json, Output& output);

@@ -1,8 +1,7 @@
 #include "InputList.h"
 
 #include "Command.h"
-
-#include <CLI/CLI.hpp>
+#include "UsageError.h"
 
 #include <QFile>
 
@@ -25,44 +24,40 @@ Shard shardFromText(const QString& text)
     return isSound ? shard : Shard{0, 0};
 }
 
-std::string refusedShard(const std::string& argument)
-{
-    return shardFromText(text(argument)).count > 0 ? "" : "'" + argument + "' is not I/N with I from 1 to N";
-}
-
 }  // namespace
 
-void addInputListOptions(CLI::App& command, InputListOptions& options, CLI::Option* needed)
+QString refusedShard(const QString& shard)
 {
-    CLI::Option* list = command
-                            .add_option("--files-from", options.listFile,
-                                        "Read the names of files from FILE too, one a line; - is standard input")
-                            ->type_name("FILE");
-    command.add_flag("--null", options.endWithNul, "The names in the list end with a NUL, as after find -print0")
-        ->needs(list);
-    CLI::Option* shard =
+    return shardFromText(shard).count > 0 ? QString() : QStringLiteral("'%1' is not I/N with I from 1 to N").arg(shard);
+}
+
+void addInputListOptions(const Command& command, InputListOptions& options, const char* needed)
+{
+    const Option list = command.value("--files-from", options.listFile, "FILE",
+                                      "Read the names of files from FILE too, one a line; - is standard input");
+    command.flag("--null", options.endWithNul, "The names in the list end with a NUL, as after find -print0")
+        .needs("--files-from");
+    const Option shard =
         command
-            .add_option("--shard", options.shard,
-                        "Of all files, serve the I-th, the (I+N)-th and so on: 1/N to N/N are the whole list")
-            ->type_name("I/N")
-            ->check(CLI::Validator(refusedShard, ""));
+            .value("--shard", options.shard, "I/N",
+                   "Of all files, serve the I-th, the (I+N)-th and so on: 1/N to N/N are the whole list")
+            .accepted(refusedShard);
     if (needed) {
-        list->needs(needed);
-        shard->needs(needed);
+        list.needs(needed);
+        shard.needs(needed);
     }
 }
 
-bool readInputList(const std::vector<std::string>& arguments, const InputListOptions& options, QStringList& files,
+bool readInputList(const QStringList& arguments, const InputListOptions& options, QStringList& files,
                    ep::SxFileError& error)
 {
-    if (arguments.empty() && options.listFile.empty())
-        throw CLI::RequiredError("FILE (or --files-from)");
-    for (const std::string& argument : arguments)
-        files << text(argument);
-    if (options.listFile.empty())
+    if (arguments.isEmpty() && options.listFile.isEmpty())
+        throw UsageError(QStringLiteral("FILE (or --files-from) is required"));
+    files << arguments;
+    if (options.listFile.isEmpty())
         return true;
-    const bool isStandardInput = options.listFile == "-";
-    QFile file(text(options.listFile));
+    const bool isStandardInput = options.listFile == QLatin1String("-");
+    QFile file(options.listFile);
     if (isStandardInput ? !file.open(stdin, QIODevice::ReadOnly) : !file.open(QIODevice::ReadOnly)) {
         error = {ep::ExFileError::Unreadable, file.errorString()};
         return false;
@@ -80,9 +75,9 @@ bool readInputList(const std::vector<std::string>& arguments, const InputListOpt
 
 QStringList shardOf(const QStringList& files, const InputListOptions& options)
 {
-    if (options.shard.empty())
+    if (options.shard.isEmpty())
         return files;
-    const Shard shard = shardFromText(text(options.shard));
+    const Shard shard = shardFromText(options.shard);
     QStringList own;
     for (int i = shard.index - 1; i < files.size(); i += shard.count)
         own << files[i];

@@ -1,5 +1,6 @@
 #include "CompareCommand.h"
 
+#include "CommonOptions.h"
 #include "ImageComparison.h"
 #include "Json.h"
 #include "MetadataReport.h"
@@ -9,30 +10,29 @@
 #include <ep/epcore.h>
 #include <orn/orn_core.h>
 
-#include <CLI/CLI.hpp>
-
 #include <QJsonArray>
 
 #include <algorithm>
+#include <memory>
 
 namespace {
 
 struct CompareOptions {
-    std::string a;
-    std::string b;
-    std::string picture;
+    QString a;
+    QString b;
+    QString picture;
     double tolerance = 0;
     bool samplesOnly = false;
     bool json = false;
 };
 
-bool load(const std::string& file, ep::SxImageBuf& image, ep::CxMetadata& metadata, ExitCode& code, Output& output)
+bool load(const QString& file, ep::SxImageBuf& image, ep::CxMetadata& metadata, ExitCode& code, Output& output)
 {
     ep::SxFileError error;
-    output.setSubject(text(file));
-    if (ep::CxImageFormatManager::loadImageFromFile(text(file), image, &metadata, nullptr, &error))
+    output.setSubject(file);
+    if (ep::CxImageFormatManager::loadImageFromFile(file, image, &metadata, nullptr, &error))
         return true;
-    output.problem(text(file), error.reason);
+    output.problem(file, error.reason);
     code = exitCodeOfInput(error.kind);
     return false;
 }
@@ -71,7 +71,7 @@ void writeText(const CompareOptions& options, const ImageComparison& comparison,
                             : comparison.samplesAgree() && !comparison.channels.isEmpty()
                                 ? QStringLiteral("the same samples, described differently")
                                 : QStringLiteral("different");
-    output.data(QStringLiteral("%1, %2: %3\n").arg(printable(text(options.a)), printable(text(options.b)), verdict));
+    output.data(QStringLiteral("%1, %2: %3\n").arg(printable(options.a), printable(options.b), verdict));
     for (const QString& difference : comparison.recordDifferences)
         output.data(QStringLiteral("  %1\n").arg(difference));
     const bool anyError = std::any_of(comparison.channels.begin(), comparison.channels.end(),
@@ -99,8 +99,8 @@ QJsonObject partJson(const ImageComparison& comparison, const orn::SxChannelComp
 void writeJson(const CompareOptions& options, const ImageComparison& comparison, Output& output)
 {
     QJsonObject answer = jsonAnswer(QStringLiteral("compare"));
-    answer[QStringLiteral("a")] = text(options.a);
-    answer[QStringLiteral("b")] = text(options.b);
+    answer[QStringLiteral("a")] = options.a;
+    answer[QStringLiteral("b")] = options.b;
     answer[QStringLiteral("same")] = comparison.agrees();
     answer[QStringLiteral("tolerance")] = jsonNumber(options.tolerance);
     answer[QStringLiteral("peak")] = jsonNumber(comparison.peak);
@@ -122,19 +122,19 @@ void writeJson(const CompareOptions& options, const ImageComparison& comparison,
 /** Writes the picture of the differences where one is asked for. @return what went wrong */
 ExitCode writePicture(const CompareOptions& options, const ep::SxImageBuf& a, const ep::SxImageBuf& b, Output& output)
 {
-    if (options.picture.empty())
+    if (options.picture.isEmpty())
         return ExitCode::Done;
     ep::SxFileError error;
     ep::CxScopedBuffer picture;
-    output.setSubject(text(options.picture));
+    output.setSubject(options.picture);
     if (!sameShape(a, b))
         error = {ep::ExFileError::Refused, QStringLiteral("the images have different sizes: there is no picture")};
     else if (ep::failed(orn::DifferencePicture(a, b, picture)))
         error = {ep::ExFileError::TooLarge, QStringLiteral("there is no memory for the picture")};
     if (error
-        || !ep::CxImageFormatManager::saveImageToFile(text(options.picture), picture.image(), nullptr, nullptr, false,
+        || !ep::CxImageFormatManager::saveImageToFile(options.picture, picture.image(), nullptr, nullptr, false,
                                                       QString(), &error))
-        output.problem(text(options.picture), error.reason);
+        output.problem(options.picture, error.reason);
     return exitCodeOfOutput(error.kind);
 }
 
@@ -149,7 +149,7 @@ ExitCode run(const CompareOptions& options, Output& output)
         return code;
     ImageComparison comparison;
     if (!compareImages(a.image(), commonMetadata(ofA), b.image(), options.tolerance, options.samplesOnly, comparison)) {
-        output.problem(text(options.a), QStringLiteral("samples of this type cannot be compared"));
+        output.problem(options.a, QStringLiteral("samples of this type cannot be compared"));
         return ExitCode::Refused;
     }
     if (options.json)
@@ -164,25 +164,24 @@ ExitCode run(const CompareOptions& options, Output& output)
 
 }  // namespace
 
-void addCompareCommand(CLI::App& program, Output& output, ExitCode& exitCode)
+void addCompareCommand(const Command& program)
 {
     auto options = std::make_shared<CompareOptions>();
-    CLI::App* command =
-        addCommand(program, "compare", "Say whether two images are the same, and how far they are apart",
-                   "  orn compare capture.dng capture.mat\n"
-                   "  orn compare --tolerance 1 scene.tif repaired.tif\n"
-                   "  orn compare --picture difference.png scene.tif repaired.tif\n"
-                   "  orn compare --samples-only capture12.tif capture16.tif");
-    command->add_option("A", options->a, "The reference")->required()->type_name("");
-    command->add_option("B", options->b, "The image compared with it")->required()->type_name("");
-    command->add_option("--tolerance", options->tolerance, "Samples up to this far apart count as the same (default 0)")
-        ->type_name("NUMBER")
-        ->check(CLI::NonNegativeNumber);
-    command->add_flag("--samples-only", options->samplesOnly, "Compare values alone, not sample type, depth and grid");
+    const Command command =
+        program.subcommand("compare", "Say whether two images are the same, and how far they are apart",
+                           "  orn compare capture.dng capture.mat\n"
+                           "  orn compare --tolerance 1 scene.tif repaired.tif\n"
+                           "  orn compare --picture difference.png scene.tif repaired.tif\n"
+                           "  orn compare --samples-only capture12.tif capture16.tif");
+    command.positional("A", options->a, "The reference").required();
+    command.positional("B", options->b, "The image compared with it").required();
     command
-        ->add_option("--picture", options->picture,
-                     "Draw where they differ, scaled to the largest difference; black is equal")
-        ->type_name("FILE");
-    addJsonFlag(*command, options->json);
-    command->callback([options, &output, &exitCode] { exitCode = run(*options, output); });
+        .value("--tolerance", options->tolerance, "NUMBER",
+               "Samples up to this far apart count as the same (default 0)")
+        .notNegative();
+    command.flag("--samples-only", options->samplesOnly, "Compare values alone, not sample type, depth and grid");
+    command.value("--picture", options->picture, "FILE",
+                  "Draw where they differ, scaled to the largest difference; black is equal");
+    addJsonFlag(command, options->json);
+    command.setWork([options](Output& output) { return run(*options, output); });
 }

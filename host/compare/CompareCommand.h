@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn compare`; see AddCommand. */
-void addCompareCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addCompareCommand(const Command& program);

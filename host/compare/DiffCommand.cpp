@@ -1,5 +1,6 @@
 #include "DiffCommand.h"
 
+#include "CommonOptions.h"
 #include "FileOutcome.h"
 #include "ImageReport.h"
 #include "Mosaic.h"
@@ -10,16 +11,16 @@
 #include <ep/epcore.h>
 #include <orn/orn_core.h>
 
-#include <CLI/CLI.hpp>
-
 #include <QJsonArray>
+
+#include <memory>
 
 namespace {
 
 struct DiffOptions {
-    std::string a;
-    std::string b;
-    std::string output;
+    QString a;
+    QString b;
+    QString output;
     bool refuseReplace = false;
     bool json = false;
 };
@@ -99,28 +100,25 @@ FileOutcome diffFiles(const QString& fileA, const QString& fileB, const QString&
 
 }  // namespace
 
-void addDiffCommand(CLI::App& program, Output& output, ExitCode& exitCode)
+void addDiffCommand(const Command& program)
 {
     auto options = std::make_shared<DiffOptions>();
-    CLI::App* command =
-        addCommand(program, "diff", "Subtract an image from another, with signs",
-                   "  orn diff scene.tif repaired.tif difference.mat\n"
-                   "  orn diff light.dng dark.dng signal.tif\n"
-                   "\n"
-                   "OUT gets A - B in samples of 64 bit float, so it is of a format that holds those:\n"
-                   "MAT, TIFF and others, not PNG or JPEG. The metadata is that of A, without the black\n"
-                   "and white levels. 'orn compare' says in numbers how far two images are apart,\n"
-                   "'orn split' takes the signs of a difference apart.");
-    command->add_option("A", options->a, "The image to subtract from")->required()->type_name("");
-    command->add_option("B", options->b, "The image to subtract, of the same size")->required()->type_name("");
-    command->add_option("OUT", options->output, "The file to write; its suffix chooses the format")
-        ->required()
-        ->type_name("");
-    command->add_flag("--no-replace", options->refuseReplace, "Leave OUT alone when it exists");
-    addJsonFlag(*command, options->json);
-    command->callback([options, &output, &exitCode] {
-        const FileOutcome outcome =
-            diffFiles(text(options->a), text(options->b), text(options->output), options->refuseReplace);
-        exitCode = sayOutcome(outcome, QStringLiteral("diff"), options->json, output);
+    const Command command =
+        program.subcommand("diff", "Subtract an image from another, with signs",
+                           "  orn diff scene.tif repaired.tif difference.mat\n"
+                           "  orn diff light.dng dark.dng signal.tif\n"
+                           "\n"
+                           "OUT gets A - B in samples of 64 bit float, so it is of a format that holds those:\n"
+                           "MAT, TIFF and others, not PNG or JPEG. The metadata is that of A, without the black\n"
+                           "and white levels. 'orn compare' says in numbers how far two images are apart,\n"
+                           "'orn split' takes the signs of a difference apart.");
+    command.positional("A", options->a, "The image to subtract from").required();
+    command.positional("B", options->b, "The image to subtract, of the same size").required();
+    command.positional("OUT", options->output, "The file to write; its suffix chooses the format").required();
+    addNoReplaceFlag(command, options->refuseReplace, "Leave OUT alone when it exists");
+    addJsonFlag(command, options->json);
+    command.setWork([options](Output& output) {
+        const FileOutcome outcome = diffFiles(options->a, options->b, options->output, options->refuseReplace);
+        return sayOutcome(outcome, QStringLiteral("diff"), options->json, output);
     });
 }

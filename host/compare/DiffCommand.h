@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn diff`; see AddCommand. */
-void addDiffCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addDiffCommand(const Command& program);

@@ -1,25 +1,27 @@
 #include "SplitCommand.h"
 
+#include "CommonOptions.h"
 #include "FileOutcome.h"
 #include "ImageReport.h"
 #include "NoteCollector.h"
 #include "Output.h"
 #include "SignedPicture.h"
+#include "UsageError.h"
 
 #include <ep/epcore.h>
 #include <orn/orn_core.h>
 
-#include <CLI/CLI.hpp>
-
 #include <QFileInfo>
 #include <QJsonArray>
+
+#include <memory>
 
 namespace {
 
 struct SplitOptions {
-    std::string input;
-    std::string plus;
-    std::string minus;
+    QString input;
+    QString plus;
+    QString minus;
     bool invert = false;
     bool refuseReplace = false;
     bool json = false;
@@ -76,23 +78,22 @@ bool split(Picture& picture, bool invert, Picture& plus, Picture& minus, ep::SxF
 
 void succeed(FileOutcome& outcome, const SplitOptions& options, const Picture& plus, const Picture& minus)
 {
-    const QString plusFile = text(options.plus);
-    const QString minusFile = text(options.minus);
+    const QString& plusFile = options.plus;
+    const QString& minusFile = options.minus;
     for (const QString& note : plus.notes)
         outcome.notes.append({plusFile, note});
     for (const QString& note : minus.notes)
         outcome.notes.append({minusFile, note});
-    outcome.line =
-        QStringLiteral("%1 -> %2, %3: %4\n")
-            .arg(printable(text(options.input)), printable(plusFile), printable(minusFile), briefText(plus.image));
+    outcome.line = QStringLiteral("%1 -> %2, %3: %4\n")
+                       .arg(printable(options.input), printable(plusFile), printable(minusFile), briefText(plus.image));
     outcome.answer[QStringLiteral("image")] = jsonOf(recordFacts(plus.image, nullptr));
     outcome.answer[QStringLiteral("notes")] = QJsonArray::fromStringList(plus.notes + minus.notes);
 }
 
 FileOutcome splitFile(const SplitOptions& options)
 {
-    const QString input = text(options.input);
-    const QString files[] = {text(options.plus), text(options.minus)};
+    const QString& input = options.input;
+    const QString files[] = {options.plus, options.minus};
     FileOutcome outcome;
     outcome.answer = {{QStringLiteral("input"), input},
                       {QStringLiteral("plus"), files[0]},
@@ -127,25 +128,25 @@ FileOutcome splitFile(const SplitOptions& options)
 
 }  // namespace
 
-void addSplitCommand(CLI::App& program, Output& output, ExitCode& exitCode)
+void addSplitCommand(const Command& program)
 {
     auto options = std::make_shared<SplitOptions>();
-    CLI::App* command = addCommand(
-        program, "split", "Take the positive and the negative samples of an image apart",
+    const Command command = program.subcommand(
+        "split", "Take the positive and the negative samples of an image apart",
         "  orn diff scene.tif repaired.tif difference.tif\n"
         "  orn split difference.tif brighter.tif darker.tif --invert\n"
         "\n"
         "IN is of 64 bit float, as 'orn diff' makes it. Each half is 0 where the other one is not, and where\n"
         "IN is 0 or no number. Both keep the metadata of IN.");
-    command->add_option("IN", options->input, "The image file to read")->required()->type_name("");
-    command->add_option("PLUS", options->plus, "The file for the samples above 0")->required()->type_name("");
-    command->add_option("MINUS", options->minus, "The file for the samples below 0")->required()->type_name("");
-    command->add_flag("--invert", options->invert, "Write the samples of MINUS without their sign");
-    command->add_flag("--no-replace", options->refuseReplace, "Leave PLUS and MINUS alone when one of them exists");
-    addJsonFlag(*command, options->json);
-    command->callback([options, &output, &exitCode] {
-        if (QFileInfo(text(options->plus)).absoluteFilePath() == QFileInfo(text(options->minus)).absoluteFilePath())
-            throw CLI::ValidationError("PLUS and MINUS are the same file");
-        exitCode = sayOutcome(splitFile(*options), QStringLiteral("split"), options->json, output);
+    command.positional("IN", options->input, "The image file to read").required();
+    command.positional("PLUS", options->plus, "The file for the samples above 0").required();
+    command.positional("MINUS", options->minus, "The file for the samples below 0").required();
+    command.flag("--invert", options->invert, "Write the samples of MINUS without their sign");
+    addNoReplaceFlag(command, options->refuseReplace, "Leave PLUS and MINUS alone when one of them exists");
+    addJsonFlag(command, options->json);
+    command.setWork([options](Output& output) {
+        if (QFileInfo(options->plus).absoluteFilePath() == QFileInfo(options->minus).absoluteFilePath())
+            throw UsageError(QStringLiteral("PLUS and MINUS are the same file"));
+        return sayOutcome(splitFile(*options), QStringLiteral("split"), options->json, output);
     });
 }

@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn split`; see AddCommand. */
-void addSplitCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addSplitCommand(const Command& program);

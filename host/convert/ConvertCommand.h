@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn convert`; see AddCommand. */
-void addConvertCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addConvertCommand(const Command& program);

@@ -1,6 +1,5 @@
 #include "ConvertFile.h"
 
-#include "Command.h"
 #include "EntropyFile.h"
 #include "ImageReport.h"
 #include "Json.h"
@@ -21,13 +20,13 @@ bool isMat(const QString& file)
 }
 
 /** Takes the image for a mosaic of the grid that was asked for. @return why that cannot be, or nothing */
-QString applyGrid(const std::string& grid, Picture& picture)
+QString applyGrid(const QString& grid, Picture& picture)
 {
-    if (grid.empty())
+    if (grid.isEmpty())
         return QString();
     if (picture.image.channels != 1)
         return QStringLiteral("--cfa: the image has %1 channels, a mosaic has one").arg(picture.image.channels);
-    if (!overrideGrid(gridFromName(text(grid)), picture.image, picture.metadata))
+    if (!overrideGrid(gridFromName(grid), picture.image, picture.metadata))
         picture.notes << QStringLiteral("black levels are forgotten: they were stated for another cell");
     return QString();
 }
@@ -35,26 +34,26 @@ QString applyGrid(const std::string& grid, Picture& picture)
 QMap<QString, QVariant> loaderOptions(const ConvertOptions& options)
 {
     QMap<QString, QVariant> map;
-    if (!options.variable.empty())
-        map[QStringLiteral("variable")] = text(options.variable);
+    if (!options.variable.isEmpty())
+        map[QStringLiteral("variable")] = options.variable;
     return map;
 }
 
 QMap<QString, QVariant> saverOptions(const ConvertOptions& options)
 {
     QMap<QString, QVariant> map;
-    if (!options.name.empty())
-        map[QStringLiteral("matname")] = text(options.name);
+    if (!options.name.isEmpty())
+        map[QStringLiteral("matname")] = options.name;
     if (options.keepRowOrder)
         map[QStringLiteral("reverse_rows")] = false;
-    if (!options.compression.empty())
-        map[QStringLiteral("compression")] = text(options.compression);
+    if (!options.compression.isEmpty())
+        map[QStringLiteral("compression")] = options.compression;
     return map;
 }
 
 bool save(const ConvertOptions& options, const QString& path, Picture& picture, ep::SxFileError& error)
 {
-    const QString prefix = text(options.entropyPrefix);
+    const QString& prefix = options.entropyPrefix;
     if (isMat(path) && !fitIntoMat({prefix, options.lossy}, picture.image, picture.notes, error))
         return false;
     if (!prefix.isEmpty())
@@ -78,21 +77,21 @@ void succeed(FileOutcome& outcome, const QString& input, const QString& output, 
 QString refusedConversion(const ConvertOptions& options, const QString& input, const QString& output)
 {
     const bool toMat = isMat(output);
-    if (!isMat(input) && !options.variable.empty())
+    if (!isMat(input) && !options.variable.isEmpty())
         return QStringLiteral("--variable is for MAT files: IN must end in .mat");
-    if (!toMat && !options.name.empty())
+    if (!toMat && !options.name.isEmpty())
         return QStringLiteral("--name is for MAT files: OUT must end in .mat");
     if (!toMat && options.keepRowOrder)
         return QStringLiteral("--no-reverse-rows is for MAT files: OUT must end in .mat");
-    if (!toMat && !options.entropyPrefix.empty())
+    if (!toMat && !options.entropyPrefix.isEmpty())
         return QStringLiteral("--entropy is for MAT files: OUT must end in .mat");
-    if (toMat && !options.compression.empty() && options.compression != "none")
+    if (toMat && !options.compression.isEmpty() && options.compression != QLatin1String("none"))
         return QStringLiteral("--compression: MAT files are always written without");
-    if (options.name == "PIG" || options.name == "PDG")
+    if (options.name == QLatin1String("PIG") || options.name == QLatin1String("PDG"))
         return QStringLiteral("--name: PIG and PDG stand for entropy images (--entropy)");
-    for (const std::string& name : {options.name, options.entropyPrefix})
-        if (!name.empty() && !refusedBaseName(text(name)).isEmpty())
-            return refusedBaseName(text(name));
+    for (const QString& name : {options.name, options.entropyPrefix})
+        if (!name.isEmpty() && !refusedBaseName(name).isEmpty())
+            return refusedBaseName(name);
     return QString();
 }
 

@@ -8,15 +8,13 @@
 
 #include <QString>
 
-#include <string>
-
 /** How `orn convert` converts. */
 struct ConvertOptions {
-    std::string variable;
-    std::string name;
-    std::string entropyPrefix;
-    std::string grid;
-    std::string compression;
+    QString variable;
+    QString name;
+    QString entropyPrefix;
+    QString grid;
+    QString compression;
     bool keepRowOrder = false;
     bool lossy = false;
     bool refuseReplace = false;

@@ -1,21 +1,23 @@
 #include "DepthCommand.h"
 
+#include "CommonOptions.h"
 #include "FolderScan.h"
 #include "Json.h"
 #include "Output.h"
 #include "ProtocolFile.h"
-
-#include <CLI/CLI.hpp>
+#include "UsageError.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
 
+#include <memory>
+
 namespace {
 
 struct DepthOptions {
-    std::string folder;
-    std::vector<std::string> filters;
-    std::string log;
+    QString folder;
+    QStringList filters;
+    QString log;
     bool quiet = false;
     bool json = false;
 };
@@ -36,17 +38,13 @@ QStringList readableNames()
 
 QStringList filtersOf(const DepthOptions& options)
 {
-    QStringList filters;
-    for (const std::string& filter : options.filters)
-        filters << text(filter);
-    return filters.isEmpty() ? readableNames() : filters;
+    return options.filters.isEmpty() ? readableNames() : options.filters;
 }
 
 /** The folder with a separator at its end: the library takes a backslash there for one. */
 QString folderOf(const DepthOptions& options)
 {
-    const QString folder = text(options.folder);
-    return folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
+    return options.folder.endsWith(QLatin1Char('/')) ? options.folder : options.folder + QLatin1Char('/');
 }
 
 /** Why there is nothing to scan. */
@@ -127,11 +125,11 @@ ExitCode codeOf(const FolderDepth& depth)
 ExitCode scan(const DepthOptions& options, orn::Protocol& protocol, QJsonObject& answer, Output& output)
 {
     const QString folder = folderOf(options);
-    output.setSubject(text(options.folder));
+    output.setSubject(options.folder);
     const FolderDepth depth = scanFolder(folder, filtersOf(options), protocol, options.quiet, output);
     if (depth.files == 0) {
         const ep::SxFileError error = whyNothing(folder);
-        output.problem(text(options.folder), error.reason);
+        output.problem(options.folder, error.reason);
         answer[QStringLiteral("error")] = jsonError(error);
         return exitCodeOfInput(error.kind);
     }
@@ -140,24 +138,22 @@ ExitCode scan(const DepthOptions& options, orn::Protocol& protocol, QJsonObject&
         answer[it.key()] = it.value();
     answer[QStringLiteral("failures")] = sayFailures(depth, folder, output);
     if (!options.json)
-        output.data(printable(text(options.folder)) + QStringLiteral(": ") + summaryText(depth) + QLatin1Char('\n'));
+        output.data(printable(options.folder) + QStringLiteral(": ") + summaryText(depth) + QLatin1Char('\n'));
     return codeOf(depth);
 }
 
 /** A folder named after the patterns was taken for one of them. */
 void findFolder(DepthOptions& options)
 {
-    if (options.folder.empty() && options.filters.size() > 1) {
-        options.folder = options.filters.back();
-        options.filters.pop_back();
-    }
-    if (options.folder.empty())
-        throw CLI::RequiredError("DIR");
+    if (options.folder.isEmpty() && options.filters.size() > 1)
+        options.folder = options.filters.takeLast();
+    if (options.folder.isEmpty())
+        throw UsageError(QStringLiteral("DIR is required"));
 }
 
 ExitCode run(const DepthOptions& options, Output& output)
 {
-    const QString log = text(options.log);
+    const QString& log = options.log;
     const auto failLog = [&](const ep::SxFileError& error) {
         output.problem(log, error.reason);
         return exitCodeOfOutput(error.kind);
@@ -168,7 +164,7 @@ ExitCode run(const DepthOptions& options, Output& output)
         return failLog(error);
     orn::Protocol protocol;
     QJsonObject answer = jsonAnswer(commandName);
-    answer[QStringLiteral("folder")] = text(options.folder);
+    answer[QStringLiteral("folder")] = options.folder;
     ExitCode code = scan(options, protocol, answer, output);
     if (!log.isEmpty() && !file.write(protocol, error)) {
         const ExitCode logCode = failLog(error);
@@ -181,29 +177,26 @@ ExitCode run(const DepthOptions& options, Output& output)
 
 }  // namespace
 
-void addDepthCommand(CLI::App& program, Output& output, ExitCode& exitCode)
+void addDepthCommand(const Command& program)
 {
     auto options = std::make_shared<DepthOptions>();
-    CLI::App* command =
-        addCommand(program, "depth", "Find the largest colour depth of the images in a folder",
-                   "  orn depth captures\n"
-                   "  orn depth captures --filter '*.dng' '*.tif'\n"
-                   "  orn depth captures --log captures.log --quiet\n"
-                   "\n"
-                   "Reads every file whole, one after the other. An interrupt (Ctrl-C) ends the search after\n"
-                   "the file in work, and what was found so far is said. 'orn info --depth' tells of one file\n"
-                   "how many of its bits are in use.");
-    command->add_option("DIR", options->folder, "The folder of the images; folders in it are not searched")
-        ->type_name("");
-    command
-        ->add_option("--filter", options->filters,
-                     "Names of the files to read, with * and ? (default: all suffixes that can be read)")
-        ->type_name("PATTERN");
-    command->add_option("--log", options->log, "Write what was done and when to this text file")->type_name("FILE");
-    command->add_flag("--quiet", options->quiet, "Show no progress");
-    addJsonFlag(*command, options->json);
-    command->callback([options, &output, &exitCode] {
+    const Command command =
+        program.subcommand("depth", "Find the largest colour depth of the images in a folder",
+                           "  orn depth captures\n"
+                           "  orn depth captures --filter '*.dng' '*.tif'\n"
+                           "  orn depth captures --log captures.log --quiet\n"
+                           "\n"
+                           "Reads every file whole, one after the other. An interrupt (Ctrl-C) ends the search after\n"
+                           "the file in work, and what was found so far is said. 'orn info --depth' tells of one file\n"
+                           "how many of its bits are in use.");
+    command.positional("DIR", options->folder, "The folder of the images; folders in it are not searched");
+    command.value("--filter", options->filters, "PATTERN",
+                  "Names of the files to read, with * and ? (default: all suffixes that can be read)");
+    command.value("--log", options->log, "FILE", "Write what was done and when to this text file");
+    addQuietFlag(command, options->quiet);
+    addJsonFlag(command, options->json);
+    command.setWork([options](Output& output) {
         findFolder(*options);
-        exitCode = run(*options, output);
+        return run(*options, output);
     });
 }

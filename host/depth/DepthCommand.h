@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn depth`; see AddCommand. */
-void addDepthCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addDepthCommand(const Command& program);

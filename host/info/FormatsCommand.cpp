@@ -1,14 +1,15 @@
 #include "FormatsCommand.h"
 
+#include "CommonOptions.h"
 #include "Json.h"
 #include "Output.h"
 #include "TextTable.h"
 
 #include <ep/epcore.h>
 
-#include <CLI/CLI.hpp>
-
 #include <QJsonArray>
+
+#include <memory>
 
 namespace {
 
@@ -64,22 +65,24 @@ void writeText(const QList<ep::SxFormatInfo>& formats, Output& output)
 
 }  // namespace
 
-void addFormatsCommand(CLI::App& program, Output& output, ExitCode&)
+void addFormatsCommand(const Command& program)
 {
     auto json = std::make_shared<bool>(false);
-    CLI::App* command = addCommand(program, "formats", "List the file formats that can be read and written",
-                                   "  orn formats\n"
-                                   "  orn formats --json\n"
-                                   "\n"
-                                   "use: r reads, w writes; types, channels, mosaic and metadata: what a file of this\n"
-                                   "format keeps. Of several formats with one suffix, that of the highest rank\n"
-                                   "(see --json) is tried first.");
-    addJsonFlag(*command, *json);
-    command->callback([json, &output] {
+    const Command command =
+        program.subcommand("formats", "List the file formats that can be read and written",
+                           "  orn formats\n"
+                           "  orn formats --json\n"
+                           "\n"
+                           "use: r reads, w writes; types, channels, mosaic and metadata: what a file of this\n"
+                           "format keeps. Of several formats with one suffix, that of the highest rank\n"
+                           "(see --json) is tried first.");
+    addJsonFlag(command, *json);
+    command.setWork([json](Output& output) {
         const QList<ep::SxFormatInfo> formats = ep::CxImageFormatManager::instance()->formats();
         if (*json)
             writeJson(formats, output);
         else
             writeText(formats, output);
+        return ExitCode::Done;
     });
 }

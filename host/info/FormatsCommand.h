@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn formats`; see AddCommand. */
-void addFormatsCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addFormatsCommand(const Command& program);

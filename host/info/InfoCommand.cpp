@@ -1,5 +1,6 @@
 #include "InfoCommand.h"
 
+#include "CommonOptions.h"
 #include "DepthReport.h"
 #include "ImageHistogram.h"
 #include "ImageReport.h"
@@ -9,20 +10,21 @@
 #include "MetadataReport.h"
 #include "Output.h"
 #include "TerminalHistogram.h"
+#include "UsageError.h"
 
 #include <ep/epcore.h>
-
-#include <CLI/CLI.hpp>
 
 #include <QFileInfo>
 #include <QJsonArray>
 
+#include <memory>
+
 namespace {
 
 struct InfoOptions {
-    std::vector<std::string> files;
+    QStringList files;
     InputListOptions inputs;
-    std::string variable;
+    QString variable;
     bool depth = false;
     bool histogram = false;
     bool logarithmic = false;
@@ -82,17 +84,16 @@ void writeMetadata(const ep::CxMetadata& metadata, Output& output)
 QMap<QString, QVariant> loaderOptions(const InfoOptions& options)
 {
     QMap<QString, QVariant> map;
-    if (!options.variable.empty())
-        map[QStringLiteral("variable")] = text(options.variable);
+    if (!options.variable.isEmpty())
+        map[QStringLiteral("variable")] = options.variable;
     return map;
 }
 
 void checkOptions(const InfoOptions& options, const QStringList& files)
 {
     for (const QString& file : files)
-        if (!options.variable.empty() && QFileInfo(file).suffix().toLower() != QLatin1String("mat"))
-            throw CLI::ValidationError("--variable is for MAT files: '" + file.toStdString()
-                                       + "' does not end in .mat");
+        if (!options.variable.isEmpty() && QFileInfo(file).suffix().toLower() != QLatin1String("mat"))
+            throw UsageError(QStringLiteral("--variable is for MAT files: '%1' does not end in .mat").arg(file));
 }
 
 /** Reports one file: as text at once, as JSON into @p answers. */
@@ -136,7 +137,7 @@ ExitCode run(const InfoOptions& options, Output& output)
     QStringList files;
     ep::SxFileError error;
     if (!readInputList(options.files, options.inputs, files, error)) {
-        output.problem(text(options.inputs.listFile), error.reason);
+        output.problem(options.inputs.listFile, error.reason);
         return exitCodeOfInput(error.kind);
     }
     files = shardOf(files, options.inputs);
@@ -158,26 +159,25 @@ ExitCode run(const InfoOptions& options, Output& output)
 
 }  // namespace
 
-void addInfoCommand(CLI::App& program, Output& output, ExitCode& exitCode)
+void addInfoCommand(const Command& program)
 {
     auto options = std::make_shared<InfoOptions>();
-    CLI::App* command = addCommand(program, "info", "Say what image files hold: samples, mosaic, value range, metadata",
-                                   "  orn info photo.dng\n"
-                                   "  orn info *.mat\n"
-                                   "  orn info --variable scene workspace.mat\n"
-                                   "  orn info --depth scan.tif\n"
-                                   "  orn info --histogram --log photo.dng\n"
-                                   "  orn info --json photo.tif");
-    command->add_option("FILE", options->files, "The image files")->type_name("");
-    addInputListOptions(*command, options->inputs);
-    command
-        ->add_option("--variable", options->variable,
-                     "MAT: read this array, or the image that was written with --name NAME")
-        ->type_name("NAME");
-    command->add_flag("--depth", options->depth,
-                      "Tell the bits of the container from the declared and the used ones, and where they lie in it");
-    command->add_flag("--histogram", options->histogram, "Draw how often which values occur, per channel or colour");
-    command->add_flag("--log", options->logarithmic, "Draw the histogram on a logarithmic scale")->needs("--histogram");
-    addJsonFlag(*command, options->json);
-    command->callback([options, &output, &exitCode] { exitCode = run(*options, output); });
+    const Command command =
+        program.subcommand("info", "Say what image files hold: samples, mosaic, value range, metadata",
+                           "  orn info photo.dng\n"
+                           "  orn info *.mat\n"
+                           "  orn info --variable scene workspace.mat\n"
+                           "  orn info --depth scan.tif\n"
+                           "  orn info --histogram --log photo.dng\n"
+                           "  orn info --json photo.tif");
+    command.positional("FILE", options->files, "The image files");
+    addInputListOptions(command, options->inputs);
+    command.value("--variable", options->variable, "NAME",
+                  "MAT: read this array, or the image that was written with --name NAME");
+    command.flag("--depth", options->depth,
+                 "Tell the bits of the container from the declared and the used ones, and where they lie in it");
+    command.flag("--histogram", options->histogram, "Draw how often which values occur, per channel or colour");
+    command.flag("--log", options->logarithmic, "Draw the histogram on a logarithmic scale").needs("--histogram");
+    addJsonFlag(command, options->json);
+    command.setWork([options](Output& output) { return run(*options, output); });
 }

@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn info`; see AddCommand. */
-void addInfoCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addInfoCommand(const Command& program);

@@ -1,21 +1,22 @@
 #include "MatCommand.h"
 
+#include "CommonOptions.h"
 #include "Json.h"
 #include "Output.h"
 #include "TextTable.h"
 
 #include <orn/orn_core.h>
 
-#include <CLI/CLI.hpp>
-
 #include <QJsonArray>
+
+#include <memory>
 
 namespace {
 
 using orn::matlab::MatVariable;
 
 struct ListOptions {
-    std::string file;
+    QString file;
     bool json = false;
 };
 
@@ -61,7 +62,7 @@ void writeText(const QVector<MatVariable>& variables, Output& output)
 
 ExitCode list(const ListOptions& options, Output& output)
 {
-    const QString file = text(options.file);
+    const QString& file = options.file;
     output.setSubject(file);
     QVector<MatVariable> variables;
     ep::SxFileError error{ep::ExFileError::Unreadable, QString()};
@@ -84,16 +85,15 @@ ExitCode list(const ListOptions& options, Output& output)
 
 }  // namespace
 
-void addMatCommand(CLI::App& program, Output& output, ExitCode& exitCode)
+void addMatCommand(const Command& program)
 {
-    CLI::App* mat = addCommand(program, "mat", "Look into MAT files", "  orn mat list image.mat");
-    mat->require_subcommand(1);
+    const Command mat = program.subcommand("mat", "Look into MAT files", "  orn mat list image.mat");
 
     auto options = std::make_shared<ListOptions>();
-    CLI::App* command = addCommand(*mat, "list", "List the variables of a MAT file and what each would be read as",
-                                   "  orn mat list image.mat\n"
-                                   "  orn mat list --json image.mat");
-    command->add_option("FILE", options->file, "The MAT file")->required()->type_name("");
-    addJsonFlag(*command, options->json);
-    command->callback([options, &output, &exitCode] { exitCode = list(*options, output); });
+    const Command command = mat.subcommand("list", "List the variables of a MAT file and what each would be read as",
+                                           "  orn mat list image.mat\n"
+                                           "  orn mat list --json image.mat");
+    command.positional("FILE", options->file, "The MAT file").required();
+    addJsonFlag(command, options->json);
+    command.setWork([options](Output& output) { return list(*options, output); });
 }

@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn mat`; see AddCommand. */
-void addMatCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addMatCommand(const Command& program);

@@ -1,15 +1,16 @@
 #include "PluginsCommand.h"
 
+#include "CommonOptions.h"
 #include "Json.h"
 #include "Output.h"
 #include "TextTable.h"
 
 #include <ep/epcore.h>
 
-#include <CLI/CLI.hpp>
-
 #include <QJsonArray>
 #include <QSet>
+
+#include <memory>
 
 namespace {
 
@@ -82,19 +83,20 @@ void writeText(const QVector<Registration>& registered, const QStringList& notLo
 
 }  // namespace
 
-void addPluginsCommand(CLI::App& program, Output& output, ExitCode&)
+void addPluginsCommand(const Command& program)
 {
     auto json = std::make_shared<bool>(false);
-    CLI::App* command = addCommand(program, "plugins", "List the registered classes by interface",
-                                   "  orn plugins\n"
-                                   "  orn plugins --json");
-    addJsonFlag(*command, *json);
-    command->callback([json, &output] {
+    const Command command = program.subcommand("plugins", "List the registered classes by interface",
+                                               "  orn plugins\n"
+                                               "  orn plugins --json");
+    addJsonFlag(command, *json);
+    command.setWork([json](Output& output) {
         const QVector<Registration> registered = registrations();
         const QStringList notLoaded = pluginsNotLoaded(registered);
         if (*json)
             writeJson(registered, notLoaded, output);
         else
             writeText(registered, notLoaded, output);
+        return ExitCode::Done;
     });
 }

@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn plugins`; see AddCommand. */
-void addPluginsCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addPluginsCommand(const Command& program);

@@ -17,10 +17,10 @@ std::string quoted(const std::vector<std::string>& words)
     return result + "'";
 }
 
-void writeCommandCase(const Command& command, std::ostream& script)
+void writeCommandCase(const CommandTree& command, std::ostream& script)
 {
     std::vector<std::string> subcommands;
-    for (const Command& subcommand : command.subcommands)
+    for (const CommandTree& subcommand : command.subcommands)
         subcommands.push_back(subcommand.name);
     std::vector<std::string> options;
     for (const Argument& option : command.options)
@@ -36,7 +36,7 @@ void writeCommandCase(const Command& command, std::ostream& script)
            << " choices=" << quoted(choices) << " files=" << (takesFiles ? "yes" : "") << " ;;\n";
 }
 
-void writeValueCases(const Command& command, std::ostream& script)
+void writeValueCases(const CommandTree& command, std::ostream& script)
 {
     for (const Argument& option : command.options) {
         if (option.label.empty())
@@ -92,16 +92,16 @@ complete -F _@ @
 
 }  // namespace
 
-std::string bashCompletion(const Command& program)
+std::string bashCompletion(const CommandTree& program)
 {
     std::ostringstream script;
     script << "# Completion of " << program.name << " in bash, made from the program's own options.\n\n";
     script << "# What can follow in the command $1.\n";
     script << "_" << program.name << "_command()\n{\n    case $1 in\n";
-    forEachCommand(program, [&script](const Command& command) { writeCommandCase(command, script); });
+    forEachCommand(program, [&script](const CommandTree& command) { writeCommandCase(command, script); });
     script << "    esac\n}\n\n# What the option $2 of the command $1 takes; fails for one that takes nothing.\n";
     script << "_" << program.name << "_value()\n{\n    case \"$1 $2\" in\n";
-    forEachCommand(program, [&script](const Command& command) { writeValueCases(command, script); });
+    forEachCommand(program, [&script](const CommandTree& command) { writeValueCases(command, script); });
     script << "    *) return 1 ;;\n    esac\n}\n";
     std::string common = completion;
     for (size_t at = common.find('@'); at != std::string::npos; at = common.find('@', at)) {

@@ -9,4 +9,4 @@
 #include <string>
 
 /** A script that lets bash complete the command lines of @p program; it needs nothing but bash. */
-std::string bashCompletion(const Command& program);
+std::string bashCompletion(const CommandTree& program);

@@ -1,5 +1,7 @@
 #include "CommandTree.h"
 
+#include "../CommandParser.h"
+
 #include <CLI/CLI.hpp>
 
 #include <sstream>
@@ -49,7 +51,7 @@ Argument argumentOf(const CLI::Option& option)
 }
 
 /** Takes the help text that follows the options apart: examples, and paragraphs with their lines joined. */
-void readFooter(const std::string& footer, Command& command)
+void readFooter(const std::string& footer, CommandTree& command)
 {
     std::istringstream lines(footer + "\n\n");
     std::string paragraph;
@@ -66,9 +68,9 @@ void readFooter(const std::string& footer, Command& command)
     }
 }
 
-Command commandOf(const CLI::App& app, const std::string& parentPath)
+CommandTree commandOf(const CLI::App& app, const std::string& parentPath)
 {
-    Command command;
+    CommandTree command;
     command.name = app.get_name();
     command.path = parentPath.empty() ? command.name : parentPath + " " + command.name;
     command.description = app.get_description();
@@ -86,7 +88,7 @@ Command commandOf(const CLI::App& app, const std::string& parentPath)
 
 }  // namespace
 
-Command commandTree(const CLI::App& program)
+CommandTree commandTree(const CommandParser& program)
 {
-    return commandOf(program, "");
+    return commandOf(program.app(), "");
 }

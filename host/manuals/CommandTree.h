@@ -7,9 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace CLI {
-class App;
-}
+class CommandParser;
 
 /** An option or a positional argument of a command. */
 struct Argument {
@@ -25,7 +23,7 @@ struct Argument {
 };
 
 /** A command with its arguments and its subcommands. */
-struct Command {
+struct CommandTree {
     std::string path;  ///< "orn mat list"
     std::string name;  ///< "list"
     std::string description;
@@ -33,17 +31,17 @@ struct Command {
     std::vector<std::string> examples;  ///< command lines
     std::vector<Argument> options;
     std::vector<Argument> positionals;
-    std::vector<Command> subcommands;
+    std::vector<CommandTree> subcommands;
 };
 
-/** The command line that @p program parses. */
-Command commandTree(const CLI::App& program);
+/** What @p program parses. */
+CommandTree commandTree(const CommandParser& program);
 
 /** Calls @p visit with @p command and with all commands below it, in the order of their help. */
 template <typename Visit>
-void forEachCommand(const Command& command, const Visit& visit)
+void forEachCommand(const CommandTree& command, const Visit& visit)
 {
     visit(command);
-    for (const Command& subcommand : command.subcommands)
+    for (const CommandTree& subcommand : command.subcommands)
         forEachCommand(subcommand, visit);
 }

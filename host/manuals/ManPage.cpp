@@ -61,7 +61,7 @@ std::string joined(const std::vector<std::string>& words)
 }
 
 /** "orn convert [OPTION]... IN OUT" */
-std::string synopsis(const Command& command)
+std::string synopsis(const CommandTree& command)
 {
     std::string line = bold(command.path);
     // Every command has the option of help; it alone is not worth a word.
@@ -99,7 +99,7 @@ void writeArguments(const std::vector<Argument>& arguments, std::ostream& page)
     }
 }
 
-void writeExamples(const Command& command, std::ostream& page)
+void writeExamples(const CommandTree& command, std::ostream& page)
 {
     if (command.examples.empty())
         return;
@@ -109,7 +109,7 @@ void writeExamples(const Command& command, std::ostream& page)
     page << ".fi\n.RE\n";
 }
 
-void writeCommand(const Command& command, std::ostream& page)
+void writeCommand(const CommandTree& command, std::ostream& page)
 {
     page << ".SS " << escaped(command.path) << '\n' << synopsis(command) << '\n';
     page << ".PP\n" << prose(command.description + ".");
@@ -130,10 +130,10 @@ std::string noteUnder(const std::string& heading, const std::string& note)
 
 constexpr const char* exitCodes = "Exit codes: ";
 
-void writeProgram(const Command& program, std::ostream& page)
+void writeProgram(const CommandTree& program, std::ostream& page)
 {
     page << ".SH SYNOPSIS\n.nf\n";
-    forEachCommand(program, [&page](const Command& command) { page << synopsis(command) << '\n'; });
+    forEachCommand(program, [&page](const CommandTree& command) { page << synopsis(command) << '\n'; });
     page << ".fi\n.SH DESCRIPTION\n" << prose(program.description + ".");
     for (const std::string& note : program.notes)
         if (noteUnder(exitCodes, note).empty())
@@ -144,7 +144,7 @@ void writeProgram(const Command& program, std::ostream& page)
 
 }  // namespace
 
-std::string manPage(const Command& program, const std::string& version, const std::string& date)
+std::string manPage(const CommandTree& program, const std::string& version, const std::string& date)
 {
     std::ostringstream page;
     std::string title = program.name;
@@ -154,7 +154,7 @@ std::string manPage(const Command& program, const std::string& version, const st
     page << ".SH NAME\n" << program.name << " \\- " << escaped(program.description) << '\n';
     writeProgram(program, page);
     page << ".SH COMMANDS\n";
-    forEachCommand(program, [&](const Command& command) {
+    forEachCommand(program, [&](const CommandTree& command) {
         if (&command != &program)
             writeCommand(command, page);
     });

@@ -13,4 +13,4 @@
  * @param version the program's name and version: "orn 1.0"
  * @param date    of the page, "2024-12-31"
  */
-std::string manPage(const Command& program, const std::string& version, const std::string& date);
+std::string manPage(const CommandTree& program, const std::string& version, const std::string& date);

@@ -23,7 +23,7 @@ std::string escaped(const std::string& text)
 }
 
 /** "_orn_mat_list" for "orn mat list" */
-std::string functionName(const Command& command)
+std::string functionName(const CommandTree& command)
 {
     std::string name = "_" + command.path;
     for (char& c : name)
@@ -59,7 +59,7 @@ std::string excludedBy(const Argument& option)
 
 constexpr const char* nextArgument = " \\\n        ";
 
-void writeArguments(const Command& command, std::ostream& script)
+void writeArguments(const CommandTree& command, std::ostream& script)
 {
     for (const Argument& option : command.options)
         for (const std::string& name : option.names) {
@@ -75,7 +75,7 @@ void writeArguments(const Command& command, std::ostream& script)
     }
 }
 
-void writeFunction(const Command& command, std::ostream& script)
+void writeFunction(const CommandTree& command, std::ostream& script)
 {
     script << functionName(command) << "()\n{\n";
     if (command.subcommands.empty()) {
@@ -86,25 +86,25 @@ void writeFunction(const Command& command, std::ostream& script)
     }
     script << "    local curcontext=$curcontext state line\n";
     script << "    local -a commands\n    commands=(\n";
-    for (const Command& subcommand : command.subcommands)
+    for (const CommandTree& subcommand : command.subcommands)
         script << "        " << quoted(subcommand.name + ":" + subcommand.description) << '\n';
     script << "    )\n    _arguments -C -s -S";
     writeArguments(command, script);
     script << " \\\n        '1: :->command' '*:: :->rest'\n";
     script << "    case $state in\n    command) _describe command commands ;;\n    rest)\n        case $words[1] in\n";
-    for (const Command& subcommand : command.subcommands)
+    for (const CommandTree& subcommand : command.subcommands)
         script << "        " << subcommand.name << ") " << functionName(subcommand) << " ;;\n";
     script << "        esac ;;\n    esac\n}\n\n";
 }
 
 }  // namespace
 
-std::string zshCompletion(const Command& program)
+std::string zshCompletion(const CommandTree& program)
 {
     std::ostringstream script;
     script << "#compdef " << program.name << '\n';
     script << "# Completion of " << program.name << " in zsh, made from the program's own options.\n\n";
-    forEachCommand(program, [&script](const Command& command) { writeFunction(command, script); });
+    forEachCommand(program, [&script](const CommandTree& command) { writeFunction(command, script); });
     // Loaded by its name, the file is itself the function: the first call defines the others.
     script << functionName(program) << " \"$@\"\n";
     return script.str();

@@ -9,4 +9,4 @@
 #include <string>
 
 /** A function for zsh's completion system that completes the command lines of @p program. */
-std::string zshCompletion(const Command& program);
+std::string zshCompletion(const CommandTree& program);

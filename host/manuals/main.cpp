@@ -10,9 +10,6 @@
 #include "ZshCompletion.h"
 
 #include "../CommandLine.h"
-#include "../Output.h"
-
-#include <CLI/CLI.hpp>
 
 #include <fstream>
 #include <iostream>
@@ -37,12 +34,9 @@ int main(int argc, char** argv)
         std::cerr << "usage: make-manuals DATE MAN_PAGE BASH_COMPLETION ZSH_COMPLETION\n";
         return 2;
     }
-    Output output;
-    ExitCode exitCode = ExitCode::Done;
-    CLI::App app;
-    describeCommandLine(app, output, exitCode);
-    const Command program = commandTree(app);
-    const bool isWritten = write(argv[2], manPage(program, app.version(), argv[1]))
+    const CommandParser parser = commandLine();
+    const CommandTree program = commandTree(parser);
+    const bool isWritten = write(argv[2], manPage(program, parser.version(), argv[1]))
                            && write(argv[3], bashCompletion(program)) && write(argv[4], zshCompletion(program));
     return isWritten ? 0 : 1;
 }

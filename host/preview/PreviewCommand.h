@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn preview`; see AddCommand. */
-void addPreviewCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addPreviewCommand(const Command& program);

@@ -6,8 +6,7 @@
 #include "LoadCharts.h"
 #include "MetadataReport.h"
 #include "Output.h"
-
-#include <CLI/CLI.hpp>
+#include "UsageError.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -23,7 +22,7 @@ charts::ExChartFormat formatOf(const QString& file)
                                                        {QStringLiteral("pdf"), charts::ExChartFormat::Pdf}};
     const auto found = formats.find(QFileInfo(file).suffix().toLower());
     if (found == formats.end())
-        throw CLI::ValidationError("--histogram: the picture's name ends in .png, .svg or .pdf");
+        throw UsageError(QStringLiteral("--histogram: the picture's name ends in .png, .svg or .pdf"));
     return *found;
 }
 
@@ -33,13 +32,15 @@ QVector<ImagePart> partsOf(const PreviewRequest& request, const ep::SxImageInfo&
 {
     constexpr int mostPlots = 32;
     if (request.channel > image.channels)
-        throw CLI::ValidationError("--channel: the image has " + std::to_string(image.channels));
+        throw UsageError(QStringLiteral("--channel: the image has %1").arg(image.channels));
     if (request.channel > 0)
         return channelParts(image).mid(request.channel - 1, 1);
     const QVector<ImagePart> parts = imageParts(image, common);
     if (parts.size() > mostPlots)
-        throw CLI::ValidationError("--histogram: the image has " + std::to_string(parts.size()) + " parts, more than "
-                                   + std::to_string(mostPlots) + " plots; choose one with --channel");
+        throw UsageError(
+            QStringLiteral("--histogram: the image has %1 parts, more than %2 plots; choose one with --channel")
+                .arg(parts.size())
+                .arg(mostPlots));
     return parts;
 }
 

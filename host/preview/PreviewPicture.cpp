@@ -4,8 +4,7 @@
 #include "MetadataReport.h"
 #include "NoteCollector.h"
 #include "Output.h"
-
-#include <CLI/CLI.hpp>
+#include "UsageError.h"
 
 #include <algorithm>
 
@@ -22,7 +21,7 @@ orn::SxPreviewOptions choose(const PreviewRequest& request, const ep::SxImageInf
 {
     orn::SxPreviewOptions chosen;
     if (request.channel > image.channels)
-        throw CLI::ValidationError("--channel: the image has " + std::to_string(image.channels));
+        throw UsageError(QStringLiteral("--channel: the image has %1").arg(image.channels));
     chosen.channel = request.channel - 1;
     if (request.zoom.empty())
         return chosen;
@@ -32,8 +31,7 @@ orn::SxPreviewOptions choose(const PreviewRequest& request, const ep::SxImageInf
     const int height = request.zoom[3];
     if (x < 0 || y < 0 || width < 1 || height < 1 || x >= image.width || y >= image.height || width > image.width - x
         || height > image.height - y)
-        throw CLI::ValidationError("--zoom: the image has " + std::to_string(image.width) + " x "
-                                   + std::to_string(image.height) + " pixels");
+        throw UsageError(QStringLiteral("--zoom: the image has %1 x %2 pixels").arg(image.width).arg(image.height));
     chosen.region = QRect(x, y, width, height);
     return chosen;
 }
@@ -123,8 +121,8 @@ FileOutcome previewFile(const PreviewRequest& request, const QString& input, con
             failInput(outcome, input, error);
             return outcome;
         }
-    } catch (const CLI::ValidationError& refusal) {
-        failUsage(outcome, input, QString::fromUtf8(refusal.what()));
+    } catch (const UsageError& refusal) {
+        failUsage(outcome, input, refusal.reason());
         return outcome;
     }
     collector.setSubject(output);

@@ -20,7 +20,7 @@ struct PreviewPicture {
 
 /**
  * Reads @p file and draws upright what @p request wants to see of it.
- * Throws CLI::ValidationError when the image does not have what is asked for.
+ * Throws UsageError when the image does not have what is asked for.
  */
 bool readPicture(const QString& file, const PreviewRequest& request, PreviewPicture& preview, ep::SxFileError& error);
 

@@ -5,17 +5,15 @@
 #pragma once
 
 #include "Batch.h"
-#include "Command.h"
 #include "Facts.h"
 
 #include <ep/SxFileError.h>
 
-#include <string>
 #include <vector>
 
 /** The command line of `orn preview`. */
 struct PreviewRequest {
-    std::vector<std::string> files;  // what to draw, and last the picture where this is no batch
+    QStringList files;  // what to draw, and last the picture where this is no batch
     BatchOptions batch;
     int channel = 0;  // counted from 1; 0: colours
     std::vector<int> zoom;
@@ -24,11 +22,11 @@ struct PreviewRequest {
     bool contactSheet = false;
     bool json = false;
 
-    QString input() const { return text(files.front()); }
-    QString output() const { return text(files.back()); }
+    QString input() const { return files.first(); }
+    QString output() const { return files.last(); }
 };
 
-/** Draws one kind of picture; throws CLI::ValidationError when the request does not fit the image. */
+/** Draws one kind of picture; throws UsageError when the request does not fit the image. */
 using DrawPreview = ExitCode (*)(const PreviewRequest& request, Output& output);
 
 /** Says why @p file could not be read or written, and gives back @p code. */

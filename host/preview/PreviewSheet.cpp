@@ -55,11 +55,11 @@ ExitCode drawContactSheet(const PreviewRequest& request, Output& output)
         return previewFailed(request, request.output(), {ep::ExFileError::Unwritable, error.reason},
                              ExitCode::Unwritable, output);
     const std::unique_ptr<charts::IxContactSheet> sheet = charts->newContactSheet();
-    const size_t inputs = request.files.size() - 1;
+    const int inputs = request.files.size() - 1;
     QJsonArray answers;
     ExitCode lastFailure = ExitCode::Done;
-    for (size_t i = 0; i < inputs; ++i) {
-        const ExitCode code = addTile(text(request.files[i]), *sheet, answers, output);
+    for (int i = 0; i < inputs; ++i) {
+        const ExitCode code = addTile(request.files[i], *sheet, answers, output);
         if (code != ExitCode::Done)
             lastFailure = code;
     }
@@ -72,5 +72,5 @@ ExitCode drawContactSheet(const PreviewRequest& request, Output& output)
                                                       QString(), &error))
         return previewFailed(request, request.output(), error, exitCodeOfOutput(error.kind), output);
     sheetDone(request, picture.image(), answers, output);
-    return exitCodeOfFiles(inputs, lastFailure);
+    return exitCodeOfFiles(static_cast<size_t>(inputs), lastFailure);
 }

@@ -1,28 +1,29 @@
 #include "DefectsCommand.h"
 
+#include "CommonOptions.h"
 #include "Facts.h"
 #include "Json.h"
 #include "MapDefects.h"
 #include "TextTable.h"
-
-#include <CLI/CLI.hpp>
+#include "UsageError.h"
 
 #include <QDateTime>
 #include <QJsonArray>
 
 #include <cmath>
+#include <memory>
 
 namespace {
 
 /** The command line of `orn defects`. */
 struct DefectsOptions {
-    std::vector<std::string> frames;
-    std::string out;
-    std::string grid;
-    std::string origin;
-    std::string coordinates = "image";
-    std::string since;
-    std::string merge;
+    QStringList frames;
+    QString out;
+    QString grid;
+    QString origin;
+    QString coordinates = QStringLiteral("image");
+    QString since;
+    QString merge;
     double sigma = 5;
     bool isFlat = false;
     bool refuseReplace = false;
@@ -31,51 +32,51 @@ struct DefectsOptions {
 };
 
 /** A UNIX time, or a day or time as in "2024-05-01" and "2024-05-01T12:00:00Z", without a zone in UTC. */
-qint64 timeOf(const std::string& argument)
+qint64 timeOf(const QString& argument)
 {
     bool isNumber = false;
-    const qint64 seconds = text(argument).toLongLong(&isNumber);
+    const qint64 seconds = argument.toLongLong(&isNumber);
     if (isNumber && seconds >= 0)
         return seconds;
-    QDateTime time = QDateTime::fromString(text(argument), Qt::ISODate);
+    QDateTime time = QDateTime::fromString(argument, Qt::ISODate);
     if (time.timeSpec() == Qt::LocalTime)
         time.setTimeSpec(Qt::UTC);
     if (!time.isValid() || time.toSecsSinceEpoch() < 0)
-        throw CLI::ValidationError("--since: '" + argument + "' is neither a UNIX time nor one such as 2024-05-01");
+        throw UsageError(
+            QStringLiteral("--since: '%1' is neither a UNIX time nor one such as 2024-05-01").arg(argument));
     return time.toSecsSinceEpoch();
 }
 
-orn::SxSensorOrigin originOf(const std::string& argument)
+orn::SxSensorOrigin originOf(const QString& argument)
 {
     constexpr int farthest = 1 << 30;
-    const QStringList numbers = text(argument).split(QLatin1Char(','));
+    const QStringList numbers = argument.split(QLatin1Char(','));
     bool isX = false;
     bool isY = false;
     const int x = numbers.value(0).toInt(&isX);
     const int y = numbers.value(1).toInt(&isY);
     if (numbers.size() != 2 || !isX || !isY || x < 0 || y < 0 || x > farthest || y > farthest)
-        throw CLI::ValidationError("--origin: '" + argument + "' is not X,Y, as in 12,8");
+        throw UsageError(QStringLiteral("--origin: '%1' is not X,Y, as in 12,8").arg(argument));
     return {true, x, y};
 }
 
 DefectsRequest requestOf(const DefectsOptions& options)
 {
     if (!std::isfinite(options.sigma))
-        throw CLI::ValidationError("--sigma: a number is needed");
+        throw UsageError(QStringLiteral("--sigma: a number is needed"));
     DefectsRequest request;
-    for (const std::string& frame : options.frames)
-        request.frames << text(frame);
-    request.out = text(options.out);
+    request.frames = options.frames;
+    request.out = options.out;
     request.limits = {options.sigma, options.isFlat};
-    request.grid = text(options.grid);
-    request.merge = text(options.merge);
+    request.grid = options.grid;
+    request.merge = options.merge;
     request.refuseReplace = options.refuseReplace;
     request.quiet = options.quiet;
-    if (!options.since.empty())
+    if (!options.since.isEmpty())
         request.since = timeOf(options.since);
-    if (!options.origin.empty())
+    if (!options.origin.isEmpty())
         request.origin = originOf(options.origin);
-    if (options.coordinates == "sensor")
+    if (options.coordinates == QLatin1String("sensor"))
         request.coordinates = orn::DefectCoordinatesSensor;
     return request;
 }
@@ -96,9 +97,8 @@ void writeText(const DefectsOptions& options, const FoundDefects& found, Output&
                       QString::number(part.found.dead), QString::number(part.found.stuck)});
     table.write(output);
     QString line = QStringLiteral("%1 defects in %2 frames").arg(found.found).arg(options.frames.size());
-    if (!options.merge.empty())
-        line +=
-            QStringLiteral(", %1 with those of %2").arg(found.list.defects.size()).arg(printable(text(options.merge)));
+    if (!options.merge.isEmpty())
+        line += QStringLiteral(", %1 with those of %2").arg(found.list.defects.size()).arg(printable(options.merge));
     const QString files = found.mapFile.isEmpty()
                               ? printable(found.listFile)
                               : printable(found.mapFile) + QStringLiteral(", ") + printable(found.listFile);
@@ -128,13 +128,13 @@ QJsonObject answerOf(const DefectsOptions& options, const FoundDefects& found, c
     for (const FileNote& note : said)
         notes.append(note.text);
     QJsonObject answer;
-    answer[QStringLiteral("frames")] = static_cast<int>(options.frames.size());
+    answer[QStringLiteral("frames")] = options.frames.size();
     answer[QStringLiteral("limit")] = jsonNumber(options.sigma);
     answer[QStringLiteral("flat")] = options.isFlat;
     answer[QStringLiteral("planes")] = jsonOfParts(found.parts);
     answer[QStringLiteral("found")] = static_cast<double>(found.found);
     answer[QStringLiteral("listed")] = found.list.defects.size();
-    answer[QStringLiteral("coordinates")] = text(options.coordinates);
+    answer[QStringLiteral("coordinates")] = options.coordinates;
     answer[QStringLiteral("origin")] =
         origin.isKnown ? QJsonValue(QJsonObject{{QStringLiteral("x"), origin.x}, {QStringLiteral("y"), origin.y}})
                        : QJsonValue(QJsonValue::Null);
@@ -152,8 +152,8 @@ void noteUntoldStuck(const DefectsOptions& options, const FoundDefects& found, F
             names << part.name;
     if (!names.isEmpty())
         outcome.notes.append(
-            {text(options.out), QStringLiteral("stuck pixels cannot be told from chance in %1: more frames could")
-                                    .arg(names.join(QStringLiteral(", ")))});
+            {options.out, QStringLiteral("stuck pixels cannot be told from chance in %1: more frames could")
+                              .arg(names.join(QStringLiteral(", ")))});
 }
 
 ExitCode run(const DefectsOptions& options, Output& output)
@@ -170,56 +170,44 @@ ExitCode run(const DefectsOptions& options, Output& output)
     return code;
 }
 
-void addOptions(CLI::App& command, DefectsOptions& options)
+void addOptions(const Command& command, DefectsOptions& options)
 {
-    command.add_option("DARK", options.frames, "Dark frames, or flat ones with --flat")->required()->type_name("");
+    command.positional("DARK", options.frames, "Dark frames, or flat ones with --flat").required();
     command
-        .add_option("--out", options.out,
-                    "The map to write; a list of the same name in .txt comes beside it. A name in .txt: the list alone")
-        ->required()
-        ->type_name("MAP");
-    command.add_option("--sigma", options.sigma, "How many sigma off a pixel is defective (default 5)")
-        ->type_name("NUMBER")
-        ->check(CLI::PositiveNumber);
-    command.add_flag("--flat", options.isFlat, "The frames are evenly lit: judge fractions of the light around");
-    command.add_option("--cfa", options.grid, "Take the frames for mosaics with these first 2 x 2 pixels")
-        ->type_name("GRID")
-        ->transform(CLI::IsMember({"RGGB", "BGGR", "GBRG", "GRBG", "none"}, CLI::ignore_case));
+        .value("--out", options.out, "MAP",
+               "The map to write; a list of the same name in .txt comes beside it. A name in .txt: the list alone")
+        .required();
+    command.value("--sigma", options.sigma, "NUMBER", "How many sigma off a pixel is defective (default 5)").positive();
+    command.flag("--flat", options.isFlat, "The frames are evenly lit: judge fractions of the light around");
+    addGridOption(command, options.grid, "Take the frames for mosaics with these first 2 x 2 pixels");
+    command.value("--merge", options.merge, "OLD",
+                  "Add the defects of this older list or map; they keep the times since when they are known");
+    command.value("--since", options.since, "TIME",
+                  "Since when the new defects are there: a UNIX time, or as in 2024-05-01 (default: always)");
     command
-        .add_option("--merge", options.merge,
-                    "Add the defects of this older list or map; they keep the times since when they are known")
-        ->type_name("OLD");
-    command
-        .add_option("--since", options.since,
-                    "Since when the new defects are there: a UNIX time, or as in 2024-05-01 (default: always)")
-        ->type_name("TIME");
-    command
-        .add_option("--coordinates", options.coordinates,
-                    "What the list counts from: the top left of the image (default) or of the whole sensor")
-        ->type_name("ORIGIN")
-        ->check(CLI::IsMember({"image", "sensor"}));
-    command
-        .add_option("--origin", options.origin,
-                    "Where the frames begin on the sensor, if they do not say so themselves")
-        ->type_name("X,Y");
-    command.add_flag("--no-replace", options.refuseReplace, "Leave files alone that exist");
-    command.add_flag("--quiet", options.quiet, "Show no progress");
+        .value("--coordinates", options.coordinates, "ORIGIN",
+               "What the list counts from: the top left of the image (default) or of the whole sensor")
+        .oneOf({"image", "sensor"});
+    command.value("--origin", options.origin, "X,Y",
+                  "Where the frames begin on the sensor, if they do not say so themselves");
+    addNoReplaceFlag(command, options.refuseReplace, "Leave files alone that exist");
+    addQuietFlag(command, options.quiet);
     addJsonFlag(command, options.json);
 }
 
 }  // namespace
 
-void addDefectsCommand(CLI::App& program, Output& output, ExitCode& exitCode)
+void addDefectsCommand(const Command& program)
 {
     auto options = std::make_shared<DefectsOptions>();
-    CLI::App* command =
-        addCommand(program, "defects", "Find hot, dead and stuck pixels from dark or flat frames",
-                   "  orn defects dark-*.dng --out sensor.png\n"
-                   "  orn defects --flat flat-*.dng --merge sensor.txt --out sensor.png\n"
-                   "  orn defects --since 2024-05-01 --merge old.txt dark-*.dng --out new.txt\n"
-                   "\n"
-                   "In the map, hot pixels are 255, stuck ones 170, dead ones 85 and good ones 0. With three or more\n"
-                   "frames, a cosmic ray in one of them does no harm; 16 frames tell most stuck pixels from chance.");
-    addOptions(*command, *options);
-    command->callback([options, &output, &exitCode] { exitCode = run(*options, output); });
+    const Command command = program.subcommand(
+        "defects", "Find hot, dead and stuck pixels from dark or flat frames",
+        "  orn defects dark-*.dng --out sensor.png\n"
+        "  orn defects --flat flat-*.dng --merge sensor.txt --out sensor.png\n"
+        "  orn defects --since 2024-05-01 --merge old.txt dark-*.dng --out new.txt\n"
+        "\n"
+        "In the map, hot pixels are 255, stuck ones 170, dead ones 85 and good ones 0. With three or more\n"
+        "frames, a cosmic ray in one of them does no harm; 16 frames tell most stuck pixels from chance.");
+    addOptions(command, *options);
+    command.setWork([options](Output& output) { return run(*options, output); });
 }

@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn defects`; see AddCommand. */
-void addDefectsCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addDefectsCommand(const Command& program);

@@ -7,4 +7,4 @@
 #include "Command.h"
 
 /** Adds `orn repair`; see AddCommand. */
-void addRepairCommand(CLI::App& program, Output& output, ExitCode& exitCode);
+void addRepairCommand(const Command& program);

@@ -1,6 +1,5 @@
 #include "RepairFile.h"
 
-#include "Command.h"
 #include "ImageReport.h"
 #include "Json.h"
 #include "MatFit.h"
@@ -37,14 +36,14 @@ class Repair {
 public:
     Repair(const RepairOptions& options, const QString& input, const QString& output)
         : m_options(options), m_input(input), m_output(output), m_collector(m_outcome.notes),
-          m_reportFile(text(options.report))
+          m_reportFile(options.report)
     {
         m_outcome.answer = {{QStringLiteral("input"), input}, {QStringLiteral("output"), output}};
     }
 
     FileOutcome run()
     {
-        if (canWriteAll() && load() && (m_options.replay.empty() ? repair() : replay()) && save())
+        if (canWriteAll() && load() && (m_options.replay.isEmpty() ? repair() : replay()) && save())
             succeed();
         return m_outcome;
     }
@@ -88,12 +87,10 @@ private:
 
 bool Repair::canWriteAll()
 {
-    for (const std::string& option : {m_output.toStdString(), m_options.overlay}) {
-        const QString file = text(option);
+    for (const QString& file : {m_output, m_options.overlay})
         if (!file.isEmpty() && !canBeWritten(file, m_error))
             return failOfOutput(file);
-    }
-    for (const QString& file : {m_output, text(m_options.report), text(m_options.overlay)})
+    for (const QString& file : {m_output, m_options.report, m_options.overlay})
         if (m_options.refuseReplace && !file.isEmpty() && QFileInfo::exists(file)) {
             m_error = {ep::ExFileError::Refused, QStringLiteral("the file exists already")};
             return failOfOutput(file);
@@ -135,11 +132,11 @@ bool Repair::repair()
         failUsage(m_outcome, m_input, refused);
         return false;
     }
-    const QString map = text(m_options.map);
+    const QString& map = m_options.map;
     m_collector.setSubject(map);
     if (!map.isEmpty() && !readMap(map, m_picture, request.places, m_error))
         return failOfInput(map);
-    const QString maskFile = text(m_options.mask);
+    const QString& maskFile = m_options.mask;
     m_collector.setSubject(maskFile);
     ep::CxScopedBuffer mask;
     if (!maskFile.isEmpty() && !readMask(maskFile, m_picture.image, mask, m_error))
@@ -152,7 +149,7 @@ bool Repair::repair()
 
 bool Repair::replay()
 {
-    const QString file = text(m_options.replay);
+    const QString& file = m_options.replay;
     RepairReport report;
     if (!readRepairReport(file, report, m_error))
         return failOfInput(file);
@@ -184,11 +181,11 @@ bool Repair::saveImage(const QString& file)
  */
 bool Repair::save()
 {
-    const QString overlayFile = text(m_options.overlay);
+    const QString& overlayFile = m_options.overlay;
     ep::CxScopedBuffer overlay;
     if (!overlayFile.isEmpty() && !drawRepairOverlay(m_picture, m_repaired, overlay, m_error))
         return failOfOutput(overlayFile);
-    const QString reportFile = text(m_options.report);
+    const QString& reportFile = m_options.report;
     if (!reportFile.isEmpty()) {
         RepairReport report = reportOn(m_picture.image);
         report.samples = m_repaired;
@@ -247,9 +244,9 @@ bool isSameFile(const QString& a, const QString& b)
 /** Why files cannot be written where they are to be, or nothing; an image alone may be written over its input. */
 QString refusedNames(const RepairOptions& options, const QString& input, const QString& output)
 {
-    const QString report = text(options.report);
-    const QString overlay = text(options.overlay);
-    QStringList kept{text(options.mask), text(options.map), text(options.replay)};
+    const QString& report = options.report;
+    const QString& overlay = options.overlay;
+    QStringList kept{options.mask, options.map, options.replay};
     for (const QString& written : {output, report, overlay}) {
         for (const QString& other : qAsConst(kept))
             if (isSameFile(written, other))
@@ -266,17 +263,17 @@ constexpr char nameMark[] = "{}";
 RepairOptions optionsOfOne(const RepairOptions& options, const QString& output)
 {
     RepairOptions own = options;
-    for (std::string* file : {&own.mask, &own.map, &own.replay, &own.report, &own.overlay})
-        *file = text(*file).replace(QLatin1String(nameMark), QFileInfo(output).fileName()).toStdString();
+    for (QString* file : {&own.mask, &own.map, &own.replay, &own.report, &own.overlay})
+        file->replace(QLatin1String(nameMark), QFileInfo(output).fileName());
     return own;
 }
 
 QString refusedForMany(const RepairOptions& options)
 {
-    const QVector<QPair<const char*, const std::string&>> files{
+    const QVector<QPair<const char*, QString>> files{
         {"--report", options.report}, {"--overlay", options.overlay}, {"--replay", options.replay}};
     for (const auto& file : files)
-        if (!file.second.empty() && file.second.find(nameMark) == std::string::npos)
+        if (!file.second.isEmpty() && !file.second.contains(QLatin1String(nameMark)))
             return QStringLiteral("%1: this would be one file for all; {} in it stands for the name of each output")
                 .arg(QLatin1String(file.first));
     return QString();
@@ -284,11 +281,11 @@ QString refusedForMany(const RepairOptions& options)
 
 QString refusedRepair(const RepairOptions& options, const QString& input, const QString& output)
 {
-    if (options.levels.isEmpty() && options.map.empty() && options.replay.empty())
+    if (options.levels.isEmpty() && options.map.isEmpty() && options.replay.isEmpty())
         return QStringLiteral("nothing says what to repair: --low, --high, --valid, --map or --replay");
-    for (const std::string& report : {options.report, options.replay})
-        if (!report.empty() && !isReportName(text(report)))
-            return QStringLiteral("a report is a file of suffix .csv or .json, which '%1' is not").arg(text(report));
+    for (const QString& report : {options.report, options.replay})
+        if (!report.isEmpty() && !isReportName(report))
+            return QStringLiteral("a report is a file of suffix .csv or .json, which '%1' is not").arg(report);
     const QString levels = refusedLevels(options.levels);
     return levels.isEmpty() ? refusedNames(options, input, output) : levels;
 }

@@ -9,16 +9,14 @@
 
 #include <QString>
 
-#include <string>
-
 /** How `orn repair` repairs. */
 struct RepairOptions {
     RepairLevelOptions levels;
-    std::string mask;
-    std::string map;
-    std::string replay;
-    std::string report;
-    std::string overlay;
+    QString mask;
+    QString map;
+    QString replay;
+    QString report;
+    QString overlay;
     bool refuseReplace = false;
 };
 

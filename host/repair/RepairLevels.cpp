@@ -1,7 +1,5 @@
 #include "RepairLevels.h"
 
-#include "Command.h"
-
 #include <functional>
 
 namespace {
@@ -17,7 +15,7 @@ using TakeEntry = std::function<bool(const QString& entry, SxInvalidLevels& leve
 /** An option that holds a list. */
 struct LevelList {
     const char* option;
-    const std::string& given;
+    const QString& given;
     const char* expected;
     TakeEntry take;
 };
@@ -75,7 +73,7 @@ QVector<LevelList> listsOf(const RepairLevelOptions& options)
 
 QStringList entriesOf(const LevelList& list)
 {
-    return list.given.empty() ? QStringList() : text(list.given).split(QLatin1Char(','));
+    return list.given.isEmpty() ? QStringList() : list.given.split(QLatin1Char(','));
 }
 
 }  // namespace

@@ -10,17 +10,15 @@
 #include <QStringList>
 #include <QVector>
 
-#include <string>
-
 /** The levels as the command line gives them: lists with commas, empty where an option is not given. */
 struct RepairLevelOptions {
-    std::string low;
-    std::string high;
-    std::string lowPercent;
-    std::string highPercent;
-    std::string valid;
+    QString low;
+    QString high;
+    QString lowPercent;
+    QString highPercent;
+    QString valid;
 
-    bool isEmpty() const { return low.empty() && high.empty() && valid.empty(); }
+    bool isEmpty() const { return low.isEmpty() && high.isEmpty() && valid.isEmpty(); }
 };
 
 /** Why the options make no sense, whatever the image; empty when they do. */
