@@ -9,6 +9,7 @@
 #include "PictureFile.h"
 #include "ProgressDisplay.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QTemporaryDir>
 
@@ -78,18 +79,25 @@ QString listBeside(const QString& file)
     return file.left(file.size() - suffix) + QStringLiteral("txt");
 }
 
-/** Whether maps come back from files named like @p file as they were: not so from those of photographs. */
-bool keepsMaps(const QString& file)
+/** Why maps do not come back from files named like @p file as they were: those of photographs do not keep them. */
+ep::SxFileError whyNoMap(const QString& file)
 {
     const QTemporaryDir folder;
     const QString probe = folder.filePath(QStringLiteral("map.") + QFileInfo(file).suffix());
     ep::CxScopedBuffer map;
     ep::CxScopedBuffer back;
+    ep::SxFileError error;
     const QVector<orn::SxDefect> defects{{5, 5, orn::DefectHot, 0}, {9, 6, orn::DefectDead, 0}};
-    return !ep::failed(orn::DefectMap(16, 16, defects, map))
-           && ep::CxImageFormatManager::saveImageToFile(probe, map.image(), nullptr, nullptr, true, QString())
-           && ep::CxImageFormatManager::loadImageFromFile(probe, back.image(), nullptr)
-           && ep::SameSamples(map.image(), back.image());
+    const bool isKept =
+        !ep::failed(orn::DefectMap(16, 16, defects, map))
+        && ep::CxImageFormatManager::saveImageToFile(probe, map.image(), nullptr, nullptr, true, QString(), &error)
+        && ep::CxImageFormatManager::loadImageFromFile(probe, back.image(), nullptr)
+        && ep::SameSamples(map.image(), back.image());
+    if (isKept)
+        return {};
+    if (error.kind == ep::ExFileError::Unwritable)
+        return {error.kind, QStringLiteral("its format cannot be tried in %1: %2").arg(QDir::tempPath(), error.reason)};
+    return {ep::ExFileError::Refused, QStringLiteral("files of this format do not keep a map as it is; .png does")};
 }
 
 bool Run::chooseFiles()
@@ -101,9 +109,8 @@ bool Run::chooseFiles()
         m_found.listFile = listBeside(m_request.out);
         if (!canBeWritten(m_found.mapFile, error))
             return failedOutput(m_found.mapFile, error);
-        error = {ep::ExFileError::Refused,
-                 QStringLiteral("files of this format do not keep a map as it is; .png does")};
-        if (!keepsMaps(m_found.mapFile))
+        error = whyNoMap(m_found.mapFile);
+        if (error)
             return failedOutput(m_found.mapFile, error);
         if (!checkTarget(m_found.mapFile))
             return false;
