@@ -6,6 +6,9 @@
 #include "MatSampleTypes.h"
 
 #include <ep/CxImageFormatManager.h>
+#include <ep/internal/OutOfMemory.h>
+
+#include <new>
 
 namespace orn {
 namespace matlab {
@@ -68,14 +71,18 @@ void setRoles(QVector<MatVariable>& variables, MatDirectory& directory)
 
 bool ListMatVariables(QString const& path, QVector<MatVariable>& variables, QString* reason)
 {
-    MatDirectory directory;
     ep::SxFileError error;
-    if (!directory.open(path, {metadataName().toLatin1()}, ep::CxImageFormatManager::instance()->memoryLimit(),
-                        error)) {
-        if (reason)
-            *reason = error.reason;
+    const bool isListed = ListMatVariables(path, variables, error);
+    if (reason && !isListed)
+        *reason = error.reason;
+    return isListed;
+}
+
+bool ListMatVariables(QString const& path, QVector<MatVariable>& variables, ep::SxFileError& error)
+try {
+    MatDirectory directory;
+    if (!directory.open(path, {metadataName().toLatin1()}, ep::CxImageFormatManager::instance()->memoryLimit(), error))
         return false;
-    }
     QVector<MatVariable> list;
     for (const MatEntry& entry : directory.entries())
         list.append({QString::fromLatin1(entry.name), matClassName(entry.matClass, entry.isLogical), entry.dimensions,
@@ -83,6 +90,9 @@ bool ListMatVariables(QString const& path, QVector<MatVariable>& variables, QStr
     setRoles(list, directory);
     variables = list;
     return true;
+} catch (const std::bad_alloc&) {
+    error = ep::internal::outOfMemory();
+    return false;
 }
 
 }  // namespace matlab

@@ -65,8 +65,8 @@ ExitCode list(const ListOptions& options, Output& output)
     const QString& file = options.file;
     output.setSubject(file);
     QVector<MatVariable> variables;
-    ep::SxFileError error{ep::ExFileError::Unreadable, QString()};
-    if (!orn::matlab::ListMatVariables(file, variables, &error.reason)) {
+    ep::SxFileError error;
+    if (!orn::matlab::ListMatVariables(file, variables, error)) {
         output.problem(file, error.reason);
         if (options.json) {
             QJsonObject answer = jsonAnswer(QStringLiteral("mat list"));

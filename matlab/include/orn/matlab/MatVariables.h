@@ -6,6 +6,8 @@
 
 #include <orn/Export.h>
 
+#include <ep/SxFileError.h>
+
 #include <QString>
 #include <QVector>
 
@@ -31,6 +33,8 @@ struct MatVariable {
  * @param reason    may be null; receives why the file cannot be read
  */
 ORN_EXPORT bool ListMatVariables(QString const& path, QVector<MatVariable>& variables, QString* reason);
+/** The same; @p error tells what kind of failure it is as well. */
+ORN_EXPORT bool ListMatVariables(QString const& path, QVector<MatVariable>& variables, ep::SxFileError& error);
 
 }  // namespace matlab
 }  // namespace orn
