@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <new>
 
 namespace charts {
 
@@ -60,7 +61,10 @@ void ContactSheet::addPicture(const ep::SxImageBuf& picture, const QString& capt
     const QImage::Format format = picture.channels == 3 ? QImage::Format_RGB888 : QImage::Format_Grayscale8;
     const QImage whole(static_cast<const uchar*>(picture.data), picture.width, picture.height, picture.stride, format);
     // What fits as it is would still be the caller's memory.
-    m_tiles.push_back({fitted(whole).convertToFormat(QImage::Format_RGB888).copy(), QString(), caption});
+    const QImage copy = fitted(whole).convertToFormat(QImage::Format_RGB888).copy();
+    if (copy.isNull())
+        throw std::bad_alloc();  // a tile without a picture is one that says why
+    m_tiles.push_back({copy, QString(), caption});
 }
 
 void ContactSheet::addPlaceholder(const QString& reason, const QString& caption)

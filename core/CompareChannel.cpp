@@ -9,6 +9,7 @@
 
 #include <cmath>
 #include <limits>
+#include <new>
 #include <vector>
 
 namespace orn {
@@ -61,7 +62,7 @@ unsigned int compare(const ep::SxImageBuf& a, const ep::SxImageBuf& b, int chann
 
 unsigned int CompareChannel(const ep::SxImageBuf& a, const ep::SxImageBuf& b, int channel, double tolerance,
                             SxChannelComparison& result)
-{
+try {
     for (const ep::SxImageBuf* image : {&a, &b})
         if (const ep::ExStatus status = ep::internal::checkImage(*image))
             return status;
@@ -71,6 +72,8 @@ unsigned int CompareChannel(const ep::SxImageBuf& a, const ep::SxImageBuf& b, in
     if (needsLongDouble(a) || needsLongDouble(b))
         return compare<long double>(a, b, channel, tolerance, result);
     return compare<double>(a, b, channel, tolerance, result);
+} catch (const std::bad_alloc&) {
+    return ep::StatusOutOfMemory;
 }
 
 double peakSignalToNoise(double rmsError, double peak)

@@ -8,6 +8,7 @@
 #include <ep/ExStatus.h>
 
 #include <cmath>
+#include <new>
 
 namespace orn {
 
@@ -42,7 +43,7 @@ int CxDefectSearch::frames() const
 
 unsigned int CxDefectSearch::result(const SxDefectLimits& limits, QVector<SxDefect>& defects,
                                     QVector<SxDefectPlane>& planes) const
-{
+try {
     if (frames() == 0 || !(limits.sigma > 0) || !std::isfinite(limits.sigma))
         return ep::StatusInvalidArgument;
     ep::CxScopedBuffer kinds(m_stack->description());
@@ -66,6 +67,8 @@ unsigned int CxDefectSearch::result(const SxDefectLimits& limits, QVector<SxDefe
     defects = defectsIn(kinds.image());
     planes = answers;
     return ep::StatusOk;
+} catch (const std::bad_alloc&) {
+    return ep::StatusOutOfMemory;
 }
 
 }  // namespace orn

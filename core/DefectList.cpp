@@ -2,12 +2,14 @@
 
 #include <ep/CxCommonImageMetadata.h>
 #include <ep/CxSafeFile.h>
+#include <ep/internal/OutOfMemory.h>
 
 #include <QFile>
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <new>
 
 namespace orn {
 
@@ -218,7 +220,7 @@ qint32 moved(qint32 place, qint64 by)
 }  // namespace
 
 bool readDefectList(const QString& fileName, SxDefectList& list, ep::SxFileError& error)
-{
+try {
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return fail(error, ep::ExFileError::Unreadable, file.errorString());
@@ -229,11 +231,14 @@ bool readDefectList(const QString& fileName, SxDefectList& list, ep::SxFileError
         return false;
     list = reader.finish();
     return true;
+} catch (const std::bad_alloc&) {
+    error = ep::internal::outOfMemory();
+    return false;
 }
 
 bool writeDefectList(const QString& fileName, const SxDefectList& list, ExDefectCoordinates coordinates,
                      bool refuseReplace, ep::SxFileError& error)
-{
+try {
     if (coordinates == DefectCoordinatesSensor && !list.origin.isKnown)
         return fail(error, ep::ExFileError::Refused, QStringLiteral("where the image lies on the sensor is not known"));
     ep::CxSafeFile safe(fileName);
@@ -244,6 +249,9 @@ bool writeDefectList(const QString& fileName, const SxDefectList& list, ExDefect
         return fail(error, ep::ExFileError::Unwritable, file.errorString());
     file.close();
     return safe.commit(refuseReplace, error);
+} catch (const std::bad_alloc&) {
+    error = ep::internal::outOfMemory();
+    return false;
 }
 
 QVector<SxDefect> defectsSeenFrom(const SxSensorOrigin& image, const SxDefectList& list)

@@ -3,6 +3,7 @@
 #include <ep/CxImageFormatManager.h>
 #include <ep/ExStatus.h>
 #include <ep/internal/ImageCheck.h>
+#include <ep/internal/OutOfMemory.h>
 #include <ep/internal/PlaneView.h>
 #include <ep/internal/SampleVisitor.h>
 
@@ -10,6 +11,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 #include <vector>
 
 namespace orn {
@@ -78,7 +80,7 @@ unsigned int DefectMap(qint32 width, qint32 height, const QVector<SxDefect>& def
 }
 
 unsigned int DefectsOfMap(const ep::SxImageBuf& map, QVector<SxDefect>& defects)
-{
+try {
     if (const ep::ExStatus status = ep::internal::checkImage(map))
         return status;
     const bool tellsKinds = map.dataType == ep::DataTypeUInt8 && map.channels == 1;
@@ -97,6 +99,8 @@ unsigned int DefectsOfMap(const ep::SxImageBuf& map, QVector<SxDefect>& defects)
     }
     defects = found;
     return ep::StatusOk;
+} catch (const std::bad_alloc&) {
+    return ep::StatusOutOfMemory;
 }
 
 bool isDefectListName(const QString& fileName)
@@ -108,7 +112,7 @@ bool isDefectListName(const QString& fileName)
 }
 
 bool readDefects(const QString& fileName, SxDefectList& list, ep::SxFileError& error)
-{
+try {
     if (isDefectListName(fileName))
         return readDefectList(fileName, list, error);
     ep::CxScopedBuffer map;
@@ -123,6 +127,9 @@ bool readDefects(const QString& fileName, SxDefectList& list, ep::SxFileError& e
     }
     list = {defects, sensorOrigin(metadata)};
     return true;
+} catch (const std::bad_alloc&) {
+    error = ep::internal::outOfMemory();
+    return false;
 }
 
 }  // namespace orn

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -84,7 +85,7 @@ ep::ExStatus draw(const ep::SxImageBuf& a, const ep::SxImageBuf& b, ep::SxImageB
 }  // namespace
 
 unsigned int DifferencePicture(const ep::SxImageBuf& a, const ep::SxImageBuf& b, ep::CxScopedBuffer& picture)
-{
+try {
     for (const ep::SxImageBuf* image : {&a, &b})
         if (const ep::ExStatus status = ep::internal::checkImage(*image))
             return status;
@@ -105,6 +106,8 @@ unsigned int DifferencePicture(const ep::SxImageBuf& a, const ep::SxImageBuf& b,
     if (!ep::failed(status))
         picture = std::move(drawn);
     return status;
+} catch (const std::bad_alloc&) {
+    return ep::StatusOutOfMemory;
 }
 
 }  // namespace orn

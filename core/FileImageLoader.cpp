@@ -10,6 +10,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <new>
+
 namespace orn {
 
 namespace {
@@ -40,7 +42,7 @@ FileImageLoader::FileImageLoader() = default;
 FileImageLoader::~FileImageLoader() = default;
 
 bool FileImageLoader::loadImage(QMap<QString, QVariant> parameters, ep::SxImageBuf& image, QString* errorMessage)
-{
+try {
     const auto fail = [errorMessage](const QString& message) {
         if (errorMessage)
             *errorMessage = message;
@@ -53,6 +55,8 @@ bool FileImageLoader::loadImage(QMap<QString, QVariant> parameters, ep::SxImageB
     if (!QFile::exists(fileName))
         return fail(tr("Filename %1 does not exist.").arg(fileName));
     return readImage(fileName, image) || fail(tr("Cannot load the %1.").arg(fileName));
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 }  // namespace orn

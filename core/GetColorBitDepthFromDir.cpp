@@ -8,6 +8,8 @@
 
 #include <QDir>
 
+#include <new>
+
 namespace orn {
 
 namespace {
@@ -71,7 +73,7 @@ bool describeFile(const QString& path, ep::SxImageInfo& info)
 
 unsigned int GetColorBitDepthFromDir(const QString& dir, const QStringList& nameFilters, int* bitDepth,
                                      ep::ExImageDataType* dataType, Protocol* protocol, CxProgressInfo* progress)
-{
+try {
     if (!bitDepth)
         return ColorBitDepthNoBitDepth;
     if (!dataType)
@@ -104,6 +106,8 @@ unsigned int GetColorBitDepthFromDir(const QString& dir, const QStringList& name
     *bitDepth = deepest.bitDepth;
     *dataType = deepest.dataType;
     return deepest.bitDepth < 1 || isCanceled ? ColorBitDepthFailed : ColorBitDepthFound;
+} catch (const std::bad_alloc&) {
+    return ColorBitDepthFailed;
 }
 
 }  // namespace orn

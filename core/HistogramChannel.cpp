@@ -9,6 +9,7 @@
 
 #include <cmath>
 #include <limits>
+#include <new>
 #include <vector>
 
 namespace orn {
@@ -103,7 +104,7 @@ void addRow(const std::vector<double>& row, const SxHistogramBins& bins, SxChann
 }  // namespace
 
 unsigned int HistogramBins(const ep::SxImageBuf& image, int most, SxHistogramBins& bins)
-{
+try {
     if (const ep::ExStatus status = ep::internal::checkImage(image))
         return status;
     // Fewer could be too wide for a double, and would say nothing.
@@ -123,11 +124,13 @@ unsigned int HistogramBins(const ep::SxImageBuf& image, int most, SxHistogramBin
         range = {0, 0};
     bins = isReal(image) ? realBins(range, most) : integerBins(range, most);
     return ep::StatusOk;
+} catch (const std::bad_alloc&) {
+    return ep::StatusOutOfMemory;
 }
 
 unsigned int HistogramChannel(const ep::SxImageBuf& image, int channel, const SxHistogramBins& bins,
                               SxChannelHistogram& histogram)
-{
+try {
     if (const ep::ExStatus status = ep::internal::checkImage(image))
         return status;
     const bool fits = histogram.counts.isEmpty() || histogram.counts.size() == bins.count;
@@ -145,6 +148,8 @@ unsigned int HistogramChannel(const ep::SxImageBuf& image, int channel, const Sx
     }
     histogram = counted;
     return ep::StatusOk;
+} catch (const std::bad_alloc&) {
+    return ep::StatusOutOfMemory;
 }
 
 }  // namespace orn

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 
 namespace orn {
 
@@ -91,7 +92,7 @@ void draw(const PreviewPlanes& planes, const SxPreviewFacts& facts, ep::SxImageB
 
 unsigned int PreviewImage(const ep::SxImageBuf& image, const ep::CxCommonImageMetadata* common,
                           const SxPreviewOptions& options, ep::CxScopedBuffer& preview, SxPreviewFacts& facts)
-{
+try {
     if (const ep::ExStatus status = ep::internal::checkImage(image))
         return status;
     PreviewPlanes planes;
@@ -114,6 +115,8 @@ unsigned int PreviewImage(const ep::SxImageBuf& image, const ep::CxCommonImageMe
     preview = std::move(drawn);
     facts = found;
     return ep::StatusOk;
+} catch (const std::bad_alloc&) {
+    return ep::StatusOutOfMemory;
 }
 
 }  // namespace orn

@@ -5,7 +5,8 @@
 #include <QDateTime>
 #include <QFile>
 #include <QLocale>
-#include <QTextStream>
+
+#include <new>
 
 namespace orn {
 
@@ -70,18 +71,18 @@ void Protocol::reset()
 }
 
 bool Protocol::save(const QString& fileName)
-{
+try {
     const MutexLock lock(m_mutex);
     QFile file(fileName);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         return false;
-    QTextStream stream(&file);
-    stream.setLocale(QLocale::system());
+    // Not a text stream, in whose making Qt goes on without the memory that it did not get.
     for (const QString& line : qAsConst(m_messages))
-        stream << line << '\n';
-    stream.flush();
+        file.write(line.toLocal8Bit() + '\n');
     file.close();
     return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 }  // namespace orn

@@ -59,7 +59,7 @@ bool RepairImage(ep::SxImageBuf& image, const ep::SxImageBuf& mask, const bool**
 }
 
 bool RepairImage(ep::SxImageBuf& image, const unsigned short** validRanges, QVector<InvalidPixel>& invalidPixels)
-{
+try {
     if (!image.data || bytesPerSample(image.dataType) > 2 || image.channels > mostRanges
         || !hasOnePerChannel(image, validRanges))
         return false;
@@ -71,6 +71,8 @@ bool RepairImage(ep::SxImageBuf& image, const unsigned short** validRanges, QVec
     }
     const ep::SxImageBuf admitsEverything{};
     return RepairImage(image, admitsEverything, levelsToRepair, &invalidPixels);
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 }  // namespace orn

@@ -5,6 +5,7 @@
 #include <ep/internal/SampleVisitor.h>
 
 #include <limits>
+#include <new>
 
 namespace orn {
 
@@ -67,7 +68,7 @@ ep::ExStatus replay(ep::SxImageBuf& image, const QVector<SxRepairedSample>& repa
 }  // namespace
 
 unsigned int ReplayRepairs(ep::SxImageBuf& image, const QVector<SxRepairedSample>& repaired, int& wrong)
-{
+try {
     wrong = -1;
     if (const ep::ExStatus unsound = ep::internal::checkImage(image))
         return unsound;
@@ -78,6 +79,8 @@ unsigned int ReplayRepairs(ep::SxImageBuf& image, const QVector<SxRepairedSample
             status = replay<Sample>(image, repaired, wrong);
     });
     return status;
+} catch (const std::bad_alloc&) {
+    return ep::StatusOutOfMemory;
 }
 
 }  // namespace orn

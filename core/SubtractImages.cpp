@@ -8,6 +8,7 @@
 #include <ep/internal/ReadRow.h>
 #include <ep/internal/SampleVisitor.h>
 
+#include <new>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -61,7 +62,7 @@ bool subtractSamples(const ep::SxImageBuf& a, const ep::SxImageBuf& b, ep::SxIma
 }  // namespace
 
 unsigned int SubtractImages(const ep::SxImageBuf& a, const ep::SxImageBuf& b, ep::CxScopedBuffer& difference)
-{
+try {
     for (const ep::SxImageBuf* image : {&a, &b})
         if (const ep::ExStatus status = ep::internal::checkImage(*image))
             return status;
@@ -80,6 +81,8 @@ unsigned int SubtractImages(const ep::SxImageBuf& a, const ep::SxImageBuf& b, ep
         return ep::StatusUnsupportedType;
     difference = std::move(made);
     return ep::StatusOk;
+} catch (const std::bad_alloc&) {
+    return ep::StatusOutOfMemory;
 }
 
 }  // namespace orn

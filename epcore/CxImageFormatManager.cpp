@@ -2,6 +2,7 @@
 
 #include <ep/CxImageData.h>
 #include <ep/internal/MemoryLimit.h>
+#include <ep/internal/OutOfMemory.h>
 
 #include "FormatCatalog.h"
 #include "ReadImageFile.h"
@@ -32,7 +33,7 @@ SxFileError guarded(ExFileError kind, Work&& work) noexcept
     try {
         return work();
     } catch (const std::bad_alloc&) {
-        return {ExFileError::TooLarge, QStringLiteral("there is not enough memory")};
+        return internal::outOfMemory();
     } catch (const std::exception& exception) {
         return {kind, QString::fromLocal8Bit(exception.what())};
     }

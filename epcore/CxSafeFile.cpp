@@ -1,5 +1,7 @@
 #include <ep/CxSafeFile.h>
 
+#include <ep/internal/OutOfMemory.h>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,6 +12,7 @@
 #include <fcntl.h>
 #include <map>
 #include <mutex>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -65,17 +68,20 @@ bool failAbandoned(SxFileError& error)
     return fail(error, QStringLiteral("the program is ending"));
 }
 
-/** The temporary files that exist now, for abandonAll(). */
+/** A temporary file, with its folder, in which it is found also when that was moved away. */
+struct LiveFile {
+    QByteArray name;
+    Descriptor folder;
+
+    /** Asks for no memory: it may be what is missing. */
+    void remove() const { ::unlinkat(folder.fd(), name.constData() + name.lastIndexOf('/') + 1, 0); }
+};
+
+/** The temporary files that exist now, each by its owner, for abandonAll(). */
 struct LiveFiles {
     std::mutex mutex;  // not Qt's, which race detectors cannot see through
-    /** Each with its folder, in which it is found also when that was moved away. */
-    std::map<QByteArray, Descriptor> names;
+    std::map<const CxSafeFile*, LiveFile> files;
     bool areAbandoned = false;
-
-    static void remove(const QByteArray& name, const Descriptor& folder)
-    {
-        ::unlinkat(folder.fd(), name.mid(name.lastIndexOf('/') + 1), 0);
-    }
 };
 
 LiveFiles& liveFiles()
@@ -121,11 +127,68 @@ int renameWithoutReplacing(const QByteArray& from, const QByteArray& to)
 }
 
 /** Makes what a rename did last a power failure. Not every file system can; then there is nothing more to do. */
-void flushFolder(const QString& folder)
+void flushFolder(const QByteArray& folder)
 {
-    const Descriptor descriptor(::open(QFile::encodeName(folder), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor descriptor(::open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (descriptor.isOpen())
         ::fsync(descriptor.fd());
+}
+
+/** Makes the temporary file of @p owner, and tells its name. */
+bool createBeside(const QString& path, const CxSafeFile* owner, QString& temporary, SxFileError& error)
+{
+    const QFileInfo target(path);
+    if (path.isEmpty() || target.fileName().isEmpty() || target.isDir())
+        return fail(error, QStringLiteral("it is a folder, not a file"));
+    if (target.isSymLink() || (target.exists() && !target.isFile()))
+        return fail(error, QStringLiteral("it is not a regular file"));
+    LiveFiles& live = liveFiles();
+    const std::lock_guard<std::mutex> lock(live.mutex);
+    if (live.areAbandoned)
+        return failAbandoned(error);
+    Descriptor folder(::open(QFile::encodeName(target.path()), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.isOpen())
+        return fail(error, reasonOf(errno));
+    // All memory is asked for before there is a file that somebody must remove.
+    std::map<const CxSafeFile*, LiveFile> made;
+    LiveFile& mine = made.emplace(owner, LiveFile{QByteArray(), std::move(folder)}).first->second;
+    for (;;) {
+        const QString name = temporaryBeside(path);
+        mine.name = QFile::encodeName(name);
+        const Descriptor file(::open(mine.name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+        if (file.isOpen()) {
+            temporary = name;
+            live.files.merge(made);
+            return true;
+        }
+        if (errno != EEXIST)
+            return fail(error, reasonOf(errno));
+    }
+}
+
+/** Flushes the temporary file @p from of @p owner and renames it to @p to. */
+bool putInPlace(const QByteArray& from, const QByteArray& to, const CxSafeFile* owner, bool refuseReplace,
+                SxFileError& error)
+{
+    const Descriptor file(::open(from, O_RDONLY | O_CLOEXEC));
+    if (!file.isOpen())
+        return fail(error, qt_error_string(errno));
+    struct stat old = {};
+    if (::stat(to, &old) == 0)
+        ::fchmod(file.fd(), old.st_mode & permissionBits);
+    if (::fsync(file.fd()) != 0)
+        return fail(error, reasonOf(errno));
+    LiveFiles& live = liveFiles();
+    const std::lock_guard<std::mutex> lock(live.mutex);
+    if (live.areAbandoned)
+        return failAbandoned(error);
+    if ((refuseReplace ? renameWithoutReplacing(from, to) : ::rename(from, to)) != 0) {
+        const int code = errno;
+        error = {code == EEXIST ? ExFileError::Refused : ExFileError::Unwritable, reasonOf(code)};
+        return false;
+    }
+    live.files.erase(owner);
+    return true;
 }
 
 }  // namespace
@@ -136,84 +199,48 @@ CxSafeFile::~CxSafeFile()
 {
     if (m_temporary.isEmpty())
         return;
-    LiveFiles& files = liveFiles();
-    const std::lock_guard<std::mutex> lock(files.mutex);
-    const auto file = files.names.find(QFile::encodeName(m_temporary));
-    if (file == files.names.end())
+    LiveFiles& live = liveFiles();
+    const std::lock_guard<std::mutex> lock(live.mutex);
+    const auto file = live.files.find(this);
+    if (file == live.files.end())
         return;
-    LiveFiles::remove(file->first, file->second);
-    files.names.erase(file);
+    file->second.remove();
+    live.files.erase(file);
 }
 
 void CxSafeFile::abandonAll()
 {
-    LiveFiles& files = liveFiles();
-    const std::lock_guard<std::mutex> lock(files.mutex);
-    files.areAbandoned = true;
-    for (const auto& file : files.names)
-        LiveFiles::remove(file.first, file.second);
-    files.names.clear();
+    LiveFiles& live = liveFiles();
+    const std::lock_guard<std::mutex> lock(live.mutex);
+    live.areAbandoned = true;
+    for (const auto& file : live.files)
+        file.second.remove();
+    live.files.clear();
 }
 
 bool CxSafeFile::create(SxFileError& error)
-{
+try {
     m_target = behindLinks(m_target);
-    const QFileInfo target(m_target);
-    if (m_target.isEmpty() || target.fileName().isEmpty() || target.isDir())
-        return fail(error, QStringLiteral("it is a folder, not a file"));
-    if (target.isSymLink() || (target.exists() && !target.isFile()))
-        return fail(error, QStringLiteral("it is not a regular file"));
-    LiveFiles& files = liveFiles();
-    const std::lock_guard<std::mutex> lock(files.mutex);
-    if (files.areAbandoned)
-        return failAbandoned(error);
-    Descriptor folder(::open(QFile::encodeName(target.path()), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.isOpen())
-        return fail(error, reasonOf(errno));
-    for (;;) {
-        const QString name = temporaryBeside(m_target);
-        const Descriptor file(::open(QFile::encodeName(name), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-        if (file.isOpen()) {
-            m_temporary = name;
-            files.names.emplace(QFile::encodeName(name), std::move(folder));
-            return true;
-        }
-        if (errno != EEXIST)
-            return fail(error, reasonOf(errno));
-    }
+    return createBeside(m_target, this, m_temporary, error);
+} catch (const std::bad_alloc&) {
+    error = internal::outOfMemory();
+    return false;
 }
 
 bool CxSafeFile::commit(bool refuseReplace, SxFileError& error)
-{
+try {
     if (m_temporary.isEmpty())
         return fail(error, QStringLiteral("there is nothing to put in its place"));
-    const QByteArray from = QFile::encodeName(m_temporary);
-    const QByteArray to = QFile::encodeName(m_target);
-    {
-        const Descriptor file(::open(from, O_RDONLY | O_CLOEXEC));
-        if (!file.isOpen())
-            return fail(error, qt_error_string(errno));
-        struct stat old = {};
-        if (::stat(to, &old) == 0)
-            ::fchmod(file.fd(), old.st_mode & permissionBits);
-        if (::fsync(file.fd()) != 0)
-            return fail(error, reasonOf(errno));
-    }
-    LiveFiles& files = liveFiles();
-    std::unique_lock<std::mutex> lock(files.mutex);
-    if (files.areAbandoned)
-        return failAbandoned(error);
-    const int result = refuseReplace ? renameWithoutReplacing(from, to) : ::rename(from, to);
-    if (result != 0) {
-        const int code = errno;
-        error = {code == EEXIST ? ExFileError::Refused : ExFileError::Unwritable, reasonOf(code)};
+    // Nothing is asked for behind the rename, which cannot be taken back.
+    const QByteArray folder = QFile::encodeName(QFileInfo(m_target).path());
+    if (!putInPlace(QFile::encodeName(m_temporary), QFile::encodeName(m_target), this, refuseReplace, error))
         return false;
-    }
-    files.names.erase(from);
-    lock.unlock();
-    flushFolder(QFileInfo(m_target).path());
+    flushFolder(folder);
     m_temporary.clear();
     return true;
+} catch (const std::bad_alloc&) {
+    error = internal::outOfMemory();
+    return false;
 }
 
 }  // namespace ep

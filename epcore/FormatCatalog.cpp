@@ -101,7 +101,17 @@ void merge(QList<SxFormatInfo>& list, const SxFormatInfo& format)
 
 FormatCatalog::FormatCatalog()
 {
+    findOwnPlugins();
+}
+
+void FormatCatalog::findOwnPlugins() const
+{
+    if (m_hasOwnPlugins)
+        return;
+    // A folder that cannot be read for want of memory or of file descriptors looks like an empty one.
+    const size_t before = m_plugins.plugins().size();
     m_plugins.addFolder(FormatPlugins::ownFolder());
+    m_hasOwnPlugins = m_plugins.plugins().size() > before;
 }
 
 void FormatCatalog::addPluginFolder(const QString& folder)
@@ -121,6 +131,7 @@ const QList<SxFormatInfo>& FormatCatalog::formatsOf(const QMetaObject& metaObjec
 QList<SxFormatInfo> FormatCatalog::formats() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    findOwnPlugins();
     QList<SxFormatInfo> list;
     for (const ExFormatUse use : {ExFormatUse::Read, ExFormatUse::Write}) {
         const QList<const QMetaObject*> classes = CxRtti::instance()->classes(interfaceName(use));
@@ -141,6 +152,7 @@ const QMetaObject* FormatCatalog::next(ExFormatUse use, const QString& fileName,
                                        QString& failure)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    findOwnPlugins();
     for (;;) {
         int bestRank = noRank;
         const QMetaObject* bestClass = nullptr;

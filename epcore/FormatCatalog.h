@@ -37,11 +37,14 @@ public:
                             QString& failure);
 
 private:
+    /** Looks for the plug-ins that come with this library until there are some. */
+    void findOwnPlugins() const;
     const QList<SxFormatInfo>& formatsOf(const QMetaObject& metaObject, ExFormatUse use) const;
 
     mutable std::mutex m_mutex;  // not Qt's, which race detectors cannot see through
     mutable QHash<const QMetaObject*, QList<SxFormatInfo>> m_formats;  // what each class said; asking takes an object
-    FormatPlugins m_plugins;
+    mutable FormatPlugins m_plugins;
+    mutable bool m_hasOwnPlugins = false;
 };
 
 /** The classes that may serve one file, one after another. One thread at a time. */

@@ -13,7 +13,9 @@
 #include <QPluginLoader>
 
 #include <algorithm>
+#include <cerrno>
 #include <dlfcn.h>
+#include <new>
 
 namespace ep {
 
@@ -72,15 +74,19 @@ QString FormatPlugins::ownFolder()
 
 QString FormatPlugins::load(SxFormatPlugin& plugin)
 {
-    plugin.isPending = false;
     QPluginLoader loader(plugin.path);
     // The registry keeps pointers into the module.
     loader.setLoadHints(QLibrary::PreventUnloadHint);
     QObject* instance = loader.instance();
+    // Want of memory passes, so that the plug-in stays one to try. The system's loader tells it in words alone.
+    if (!instance && loader.errorString().contains(qt_error_string(ENOMEM)))
+        throw std::bad_alloc();
+    auto* module = qobject_cast<CxPlugin*>(instance);
+    const bool isUsable = module && module->init();
+    plugin.isPending = false;
     if (!instance)
         return loader.errorString();
-    auto* module = qobject_cast<CxPlugin*>(instance);
-    return module && module->init() ? QString() : QStringLiteral("it cannot be used here");
+    return isUsable ? QString() : QStringLiteral("it cannot be used here");
 }
 
 }  // namespace ep

@@ -18,7 +18,7 @@ struct SxFormatPlugin {
     QString path;                 ///< its file
     QString name;                 ///< that without folder and suffix
     QList<SxFormatInfo> formats;  ///< what it declares
-    bool isPending = true;        ///< nobody has tried to load it yet
+    bool isPending = true;        ///< nobody has tried to load it yet, or there was no memory
 };
 
 /** The known format plug-ins in the order in which they were found. Not thread-safe. */
@@ -32,7 +32,10 @@ public:
 
     /** The folder of the plug-ins that come with this library. */
     static QString ownFolder();
-    /** Loads @p plugin, which registers its classes and is never unloaded. The reason of a failure, else empty. */
+    /**
+     * Loads @p plugin, which registers its classes and is never unloaded. The reason of a failure, else empty. Throws
+     * std::bad_alloc when there is no memory for it.
+     */
     static QString load(SxFormatPlugin& plugin);
 
 private:

@@ -7,6 +7,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <new>
+
 namespace ep {
 
 IxDataLoader::IxDataLoader(QObject* parent) : QObject(parent) {}
@@ -52,12 +54,14 @@ void IxDataLoader::setMetadataSubdir(const QString& subdir)
 }
 
 bool IxDataLoader::importMetadata(CxMetadata& metadata)
-{
+try {
     const QString name = metadataSideFile(fileName(), metadataSubdir());
     QFile file(name);
     if (!QFileInfo(name).isFile() || !file.open(QIODevice::ReadOnly))
         return false;
     return metadata.loadFromXml(QString::fromUtf8(file.readAll()));
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 bool IxDataLoader::isMultiFileSequence() const

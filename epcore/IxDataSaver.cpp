@@ -1,12 +1,15 @@
 #include <ep/IxDataSaver.h>
 
 #include <ep/CxSafeFile.h>
+#include <ep/internal/OutOfMemory.h>
 
 #include "MetadataSideFile.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
+#include <new>
 
 namespace ep {
 
@@ -67,7 +70,7 @@ void IxDataSaver::setMetadataSubdir(const QString& subdir)
 }
 
 bool IxDataSaver::exportMetadata(const CxMetadata& metadata)
-{
+try {
     setError(ExFileError::None);
     const QString name = metadataSideFile(fileName(), metadataSubdir());
     const QByteArray xml = metadata.saveToXml(2).toLatin1();
@@ -87,6 +90,9 @@ bool IxDataSaver::exportMetadata(const CxMetadata& metadata)
     if (target.commit(false, error))
         return true;
     setError(error.kind, error.reason);
+    return false;
+} catch (const std::bad_alloc&) {
+    setError(ExFileError::TooLarge, internal::outOfMemory().reason);
     return false;
 }
 

@@ -115,12 +115,14 @@ IxImageDataLoader::IxImageDataLoader(QObject* parent) : IxDataLoader(parent) {}
 IxImageDataLoader::~IxImageDataLoader() = default;
 
 IxData* IxImageDataLoader::data(int frame)
-{
+try {
     return isOpen() && frame >= 0 && frame < frameCount() ? imageData(frame) : nullptr;
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 CxImageData* IxImageDataLoader::dataRoi(const QRect& roi, int frame)
-{
+try {
     std::unique_ptr<CxImageData> data = frameOf(*this, frame);
     if (!data)
         return nullptr;
@@ -128,6 +130,8 @@ CxImageData* IxImageDataLoader::dataRoi(const QRect& roi, int frame)
     if (roi.isEmpty() || part.isEmpty())
         return nullptr;
     return cutDown(std::move(data), {part.topLeft(), part.size(), {1, 1}, 1}).release();
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 double IxImageDataLoader::frameRate() const
@@ -165,7 +169,7 @@ bool IxImageDataLoader::loadHistogram(int frame, CxImageHistogram& histogram)
 }
 
 CxImageData* IxImageDataLoader::loadThumbnail(int frame, const QSize& size)
-{
+try {
     if (size.isEmpty())
         return nullptr;
     std::unique_ptr<CxImageData> data = frameOf(*this, frame);
@@ -173,6 +177,8 @@ CxImageData* IxImageDataLoader::loadThumbnail(int frame, const QSize& size)
         return nullptr;
     const SxSelection selection = thumbnailOf(data->image(), size);
     return cutDown(std::move(data), selection).release();
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 bool IxImageDataLoader::loadRoi(const QRect& roi, int frame, SxImageBuf& image)
@@ -185,11 +191,13 @@ bool IxImageDataLoader::loadRoi(const QRect& roi, int frame, SxImageBuf& image)
 }
 
 bool IxImageDataLoader::loadMetadata(int frame, CxMetadata& metadata)
-{
+try {
     const std::unique_ptr<CxImageData> data = frameOf(*this, frame);
     if (data)
         metadata = data->metadata();
     return data != nullptr;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 bool IxImageDataLoader::globalMetadata(CxMetadata& metadata)

@@ -12,6 +12,7 @@
 #include <ep/internal/TransposePlane.h>
 
 #include <limits>
+#include <new>
 
 namespace orn {
 namespace matlab {
@@ -120,7 +121,7 @@ bool writePlanes(mat_t* mat, const ep::SxImageBuf& image, const Work& work, cons
 
 bool AddImage(void* mat, ep::SxImageBuf const& image, QString const& name, bool reverseRows,
               ep::SxImageInfo& writtenInfo, bool raw)
-{
+try {
     const MatSampleType* type = matSampleType(image.dataType);
     Work work;
     if (!mat || !type || !hasWholeRows(image) || !describeWork(image, reverseRows, raw, work)
@@ -131,6 +132,8 @@ bool AddImage(void* mat, ep::SxImageBuf const& image, QString const& name, bool 
         return false;
     writtenInfo = written;
     return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 }  // namespace matlab

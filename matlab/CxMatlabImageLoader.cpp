@@ -8,11 +8,13 @@
 #include <ep/CxScopedBuffer.h>
 #include <ep/ExStatus.h>
 #include <ep/internal/CopyPlane.h>
+#include <ep/internal/OutOfMemory.h>
 #include <ep/internal/PlaneView.h>
 
 #include <QDateTime>
 
 #include <limits>
+#include <new>
 #include <utility>
 
 namespace orn {
@@ -89,7 +91,7 @@ CxMatlabImageLoader::CxMatlabImageLoader() = default;
 CxMatlabImageLoader::~CxMatlabImageLoader() = default;
 
 bool CxMatlabImageLoader::open()
-{
+try {
     ep::CxScopedBuffer image;
     ep::CxMetadata metadata;
     bool isEntropy = false;
@@ -108,6 +110,9 @@ bool CxMatlabImageLoader::open()
         m_imageData = std::make_unique<ep::CxImageData>();
     m_imageData->setImageShallow(image.take(), 0, 0, QDateTime::currentDateTime());
     m_imageData->setMetadata(std::move(metadata));
+    return true;
+} catch (const std::bad_alloc&) {
+    setError(ep::ExFileError::TooLarge, ep::internal::outOfMemory().reason);
     return true;
 }
 

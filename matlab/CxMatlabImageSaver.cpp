@@ -13,8 +13,11 @@
 
 #include <ep/CxCommonImageMetadata.h>
 #include <ep/CxImageData.h>
+#include <ep/internal/OutOfMemory.h>
 
 #include <QFileInfo>
+
+#include <new>
 
 namespace orn {
 namespace matlab {
@@ -96,7 +99,7 @@ bool CxMatlabImageSaver::acceptsInterleavedChannels() const
 }
 
 bool CxMatlabImageSaver::saveImage(const ep::IxData* data)
-{
+try {
     setError(ep::ExFileError::None);
     setExpectedFileSize(0);
     const auto* source = qobject_cast<const ep::CxImageData*>(data);
@@ -138,6 +141,9 @@ bool CxMatlabImageSaver::saveImage(const ep::IxData* data)
                  QStringLiteral("%1 of %2 bytes were written: the disk may be full").arg(actual).arg(size.bytes()));
     }
     return true;
+} catch (const std::bad_alloc&) {
+    setError(ep::ExFileError::TooLarge, ep::internal::outOfMemory().reason);
+    return false;
 }
 
 QMap<QString, QVariant> CxMatlabImageSaver::defaultOptions() const

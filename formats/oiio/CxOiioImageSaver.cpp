@@ -74,7 +74,9 @@ bool CxOiioImageSaver::acceptsInterleavedChannels() const
 
 QMap<QString, QVariant> CxOiioImageSaver::defaultOptions() const
 {
-    return {{qualityOption, defaultQuality}};
+    QMap<QString, QVariant> options;
+    options.insert(qualityOption, defaultQuality);
+    return options;
 }
 
 bool CxOiioImageSaver::saveImage(const IxData* data)

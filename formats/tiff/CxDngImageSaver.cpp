@@ -79,7 +79,9 @@ bool CxDngImageSaver::saveImage(const IxData* data)
 
 QMap<QString, QVariant> CxDngImageSaver::defaultOptions() const
 {
-    return {{compressionKey, noCompression}};
+    QMap<QString, QVariant> options;
+    options.insert(compressionKey, noCompression);
+    return options;
 }
 
 }  // namespace tiff

@@ -95,7 +95,11 @@ bool CxTiffImageSaver::saveImage(const IxData* data)
 
 QMap<QString, QVariant> CxTiffImageSaver::defaultOptions() const
 {
-    return {{QStringLiteral("compression"), QStringLiteral("none")}, {QStringLiteral("bigtiff"), false}};
+    // Not by a list, of which the map that is begun is lost when there is no memory for all of it.
+    QMap<QString, QVariant> options;
+    options.insert(QStringLiteral("compression"), QStringLiteral("none"));
+    options.insert(QStringLiteral("bigtiff"), false);
+    return options;
 }
 
 }  // namespace tiff

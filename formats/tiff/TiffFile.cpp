@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <new>
 
 namespace ep {
 namespace tiff {
@@ -30,12 +31,16 @@ struct TiffFile::Report {
         return text.startsWith(start) ? text.mid(start.size()) : text;
     }
 
-    // Later messages are mostly consequences of the first.
+    // Later messages are mostly consequences of the first. Nothing may be thrown through libtiff.
     static int onError(TIFF*, void* self, const char*, const char* text, va_list arguments)
     {
         auto* report = static_cast<Report*>(self);
-        if (report->problem.isEmpty())
-            report->problem = report->withoutPath(format(text, arguments));
+        try {
+            if (report->problem.isEmpty())
+                report->problem = report->withoutPath(format(text, arguments));
+        } catch (const std::bad_alloc&) {
+            report->problem = QStringLiteral("there is not enough memory");
+        }
         return 1;
     }
 

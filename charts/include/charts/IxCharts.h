@@ -42,11 +42,12 @@ enum class ExChartFormat { Png, Svg, Pdf };
 class IxContactSheet {
 public:
     virtual ~IxContactSheet() = default;
-    /** Adds an 8-bit packed image of one or three channels. Only a small copy of it is kept. */
+    /** Adds an 8-bit packed image of one or three channels. Only a small copy of it is kept. May throw std::bad_alloc.
+     */
     virtual void addPicture(const ep::SxImageBuf& picture, const QString& caption) = 0;
     /** Adds an empty frame that says @p reason. */
     virtual void addPlaceholder(const QString& reason, const QString& caption) = 0;
-    /** Draws the sheet as an 8-bit image of three channels. False when it would be too large. */
+    /** Draws the sheet as an 8-bit image of three channels. False when it would be too large or there is no memory. */
     virtual bool draw(ep::CxScopedBuffer& sheet) = 0;
 };
 

@@ -67,7 +67,8 @@ public:
      * @return false on malformed XML, another root element, a document type declaration, nesting deeper than 256,
      * more than 256 attributes of one element or more than 2^23 characters or 2^18 elements (no item is then held), and
      * when an item's loader says false (items read before and after it are held, and so is what the loader could set of
-     * that item). Cost is linear in the text.
+     * that item). Cost is linear in the text. Throws std::bad_alloc when there is no memory: that says nothing of @p
+     * xml, so that nobody should go on without its metadata.
      */
     bool loadFromXml(const QString& xml);
 
