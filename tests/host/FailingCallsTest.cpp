@@ -1,8 +1,10 @@
-// Reading or writing that fails at any system call: an error that names the file, the old file as it was.
+// Reading or writing that fails at any system call, or does half of it: an error that names the file, the old file as
+// it was; or the new one, whole.
 
 #include "CallTrace.h"
 #include "ConvertTesting.h"
 #include "LongTests.h"
+#include "ShortWrite.h"
 
 #include <orn/orn_core.h>
 
@@ -36,6 +38,15 @@ bool isNeeded(const TracedCall& call)
     return needed.contains(call.name);
 }
 
+/** Of @p calls, about @p usually; in long tests all. */
+QVector<TracedCall> someOf(const QVector<TracedCall>& calls, qint64 usually)
+{
+    QVector<TracedCall> some;
+    for (const qint64 i : sampleOf(calls.size(), usually))
+        some << calls[int(i)];
+    return some;
+}
+
 QString errorOf(const TracedCall& call)
 {
     if (call.name == QLatin1String("openat") || call.name.startsWith(QLatin1String("rename")))
@@ -53,6 +64,8 @@ private slots:
     void anyCallFails();
     void anyCallIsInterrupted_data();
     void anyCallIsInterrupted();
+    void anyWriteIsShort_data();
+    void anyWriteIsShort();
 
 private:
     static void addFormats();
@@ -79,7 +92,7 @@ void FailingCallsTest::addFormats()
         QTest::newRow(format.suffix) << index++;
 }
 
-/** Makes the files of a conversion, and lists some of the calls on them: in long tests all. */
+/** Makes the files of a conversion, and lists the calls on them. */
 QVector<TracedCall> FailingCallsTest::prepare(const Format& format)
 {
     m_files = std::make_unique<ImageFolder>();
@@ -90,12 +103,7 @@ QVector<TracedCall> FailingCallsTest::prepare(const Format& format)
     if (!m_files->save(QFileInfo(m_in).fileName(), image))
         return {};
     writeFile(m_out, oldContent);
-    const QVector<TracedCall> all = CallTrace::callsOn(m_files->path(""), {QStringLiteral("convert"), m_in, m_out});
-    QVector<TracedCall> calls;
-    constexpr qint64 usually = 10;
-    for (const qint64 i : sampleOf(all.size(), usually))
-        calls << all[int(i)];
-    return calls;
+    return CallTrace::callsOn(m_files->path(""), {QStringLiteral("convert"), m_in, m_out});
 }
 
 /** What is wrong with the end of a conversion; empty when nothing is. */
@@ -120,7 +128,7 @@ void FailingCallsTest::anyCallFails()
     QFETCH(int, index);
     const QVector<TracedCall> calls = prepare(formats[index]);
     QVERIFY(calls.size() > 8);
-    for (const TracedCall& call : calls) {
+    for (const TracedCall& call : someOf(calls, 10)) {
         QVERIFY(writeFile(m_out, oldContent));
         const ProgramRun run = CallTrace::runFailing(call, errorOf(call), {QStringLiteral("convert"), m_in, m_out});
         const QString flaw = flawOf(run, !isNeeded(call));
@@ -143,10 +151,35 @@ void FailingCallsTest::anyCallIsInterrupted()
     QFETCH(int, index);
     if (index > 1 && !areLongTestsWanted())
         QSKIP("only in long tests");
-    for (const TracedCall& call : prepare(formats[index])) {
+    for (const TracedCall& call : someOf(prepare(formats[index]), 10)) {
         QVERIFY(writeFile(m_out, oldContent));
         const ProgramRun run =
             CallTrace::runFailing(call, QStringLiteral("EINTR"), {QStringLiteral("convert"), m_in, m_out});
+        const QString flaw = flawOf(run, true);
+        QVERIFY2(flaw.isEmpty(), (flaw + QLatin1Char('\n') + call.line).toUtf8() + '\n' + run.all());
+    }
+}
+
+void FailingCallsTest::anyWriteIsShort_data()
+{
+    addFormats();
+}
+
+void FailingCallsTest::anyWriteIsShort()
+{
+    QFETCH(int, index);
+    if (!ShortWrite::isPossible)
+        QSKIP("calls are shortened on x86-64 alone");
+    QVector<TracedCall> writes;
+    for (const TracedCall& call : prepare(formats[index]))
+        if (ShortWrite::isWrite(call))
+            writes << call;
+    QVERIFY(!writes.isEmpty());
+    for (const TracedCall& call : someOf(writes, 4)) {
+        QVERIFY(writeFile(m_out, oldContent));
+        bool isShort = false;
+        const ProgramRun run = ShortWrite::run(call, {QStringLiteral("convert"), m_in, m_out}, isShort);
+        QVERIFY2(isShort, call.line.toUtf8());
         const QString flaw = flawOf(run, true);
         QVERIFY2(flaw.isEmpty(), (flaw + QLatin1Char('\n') + call.line).toUtf8() + '\n' + run.all());
     }
