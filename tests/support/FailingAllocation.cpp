@@ -1,19 +1,30 @@
 #include "FailingAllocation.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
+#include <new>
 
 #include <dlfcn.h>
+#include <execinfo.h>
+#include <link.h>
 
 namespace {
 
+using testing::Requests;
+
+constexpr int mostCallers = 60;
+
 thread_local bool isWatching = false;
-thread_local bool areAllWatched = false;
+thread_local Requests watched = Requests::Images;
 thread_local int requestCount = 0;
 thread_local int failingRequest = 0;
+thread_local std::array<void*, mostCallers> failingCallers;
+thread_local int failingDepth = 0;
 std::atomic<qint64> blockCount{0};
 
 /** The storage of images that is in use. */
@@ -43,10 +54,34 @@ private:
 
 ImageBlocks imageBlocks;
 
-/** Counts a request; true when it is the one that fails. */
-bool isRefused(bool isImage)
+/** The file of the module that @p code belongs to; empty for the program. */
+const char* moduleOf(void* code)
 {
-    return isWatching && (isImage || areAllWatched) && ++requestCount == failingRequest;
+    dl_find_object found;
+    return _dl_find_object(code, &found) == 0 ? found.dlfo_link_map->l_name : "";
+}
+
+/** True for what a library below this system, other than Qt's, asks for itself. */
+bool isForeign(void* caller)
+{
+    static const char* const own[] = {"/libQt5", "/libepcore", "/liborn_core", "/epformat_", "/orn-charts"};
+    const char* const module = moduleOf(caller);
+    return *module != '\0' && std::none_of(std::begin(own), std::end(own), [module](const char* name) {
+        return std::strstr(module, name) != nullptr;
+    });
+}
+
+/** Counts a request of @p caller; true when it is the one that fails. */
+bool isRefused(void* caller, bool isImage = false)
+{
+    if (!isWatching || (!isImage && (watched == Requests::Images || (watched == Requests::Ours && isForeign(caller)))))
+        return false;
+    if (++requestCount != failingRequest)
+        return false;
+    isWatching = false;
+    failingDepth = backtrace(failingCallers.data(), mostCallers);
+    isWatching = true;
+    return true;
 }
 
 }  // namespace
@@ -59,7 +94,7 @@ bool isRefused(bool isImage)
 ORN_ALLOCATOR int posix_memalign(void** storage, size_t alignment, size_t bytes)
 {
     static const auto next = reinterpret_cast<decltype(&posix_memalign)>(dlsym(RTLD_NEXT, "posix_memalign"));
-    return isRefused(true) ? ENOMEM : next(storage, alignment, bytes);
+    return isRefused(nullptr, true) ? ENOMEM : next(storage, alignment, bytes);
 }
 
 #else
@@ -88,17 +123,17 @@ void* refused()
 
 ORN_ALLOCATOR void* malloc(size_t bytes)
 {
-    return isRefused(false) ? refused() : counted(__libc_malloc(bytes));
+    return isRefused(__builtin_return_address(0)) ? refused() : counted(__libc_malloc(bytes));
 }
 
 ORN_ALLOCATOR void* calloc(size_t number, size_t bytes)
 {
-    return isRefused(false) ? refused() : counted(__libc_calloc(number, bytes));
+    return isRefused(__builtin_return_address(0)) ? refused() : counted(__libc_calloc(number, bytes));
 }
 
 ORN_ALLOCATOR void* realloc(void* before, size_t bytes)
 {
-    if (isRefused(false))
+    if (isRefused(__builtin_return_address(0)))
         return refused();
     void* const block = __libc_realloc(before, bytes);
     blockCount += (block != nullptr) - (before != nullptr && (block || bytes == 0));
@@ -107,7 +142,7 @@ ORN_ALLOCATOR void* realloc(void* before, size_t bytes)
 
 ORN_ALLOCATOR int posix_memalign(void** storage, size_t alignment, size_t bytes)
 {
-    *storage = isRefused(true) ? nullptr : counted(__libc_memalign(alignment, bytes));
+    *storage = isRefused(nullptr, true) ? nullptr : counted(__libc_memalign(alignment, bytes));
     if (isWatching && *storage)
         imageBlocks.add(*storage);
     return *storage ? 0 : ENOMEM;
@@ -115,12 +150,12 @@ ORN_ALLOCATOR int posix_memalign(void** storage, size_t alignment, size_t bytes)
 
 ORN_ALLOCATOR void* memalign(size_t alignment, size_t bytes)
 {
-    return isRefused(false) ? refused() : counted(__libc_memalign(alignment, bytes));
+    return isRefused(__builtin_return_address(0)) ? refused() : counted(__libc_memalign(alignment, bytes));
 }
 
 ORN_ALLOCATOR void* aligned_alloc(size_t alignment, size_t bytes)
 {
-    return isRefused(false) ? refused() : counted(__libc_memalign(alignment, bytes));
+    return isRefused(__builtin_return_address(0)) ? refused() : counted(__libc_memalign(alignment, bytes));
 }
 
 ORN_ALLOCATOR void free(void* block)
@@ -131,15 +166,65 @@ ORN_ALLOCATOR void free(void* block)
     __libc_free(block);
 }
 
+// Not left to the C++ library, in whose name requests would come then.
+void* operator new(size_t bytes)
+{
+    void* const block = isRefused(__builtin_return_address(0)) ? nullptr : counted(__libc_malloc(bytes));
+    if (!block)
+        throw std::bad_alloc();
+    return block;
+}
+
+void* operator new[](size_t bytes)
+{
+    void* const block = isRefused(__builtin_return_address(0)) ? nullptr : counted(__libc_malloc(bytes));
+    if (!block)
+        throw std::bad_alloc();
+    return block;
+}
+
+void* operator new(size_t bytes, const std::nothrow_t&) noexcept
+{
+    return isRefused(__builtin_return_address(0)) ? nullptr : counted(__libc_malloc(bytes));
+}
+
+void* operator new[](size_t bytes, const std::nothrow_t&) noexcept
+{
+    return isRefused(__builtin_return_address(0)) ? nullptr : counted(__libc_malloc(bytes));
+}
+
+void operator delete(void* block) noexcept
+{
+    free(block);
+}
+
+void operator delete[](void* block) noexcept
+{
+    free(block);
+}
+
+void operator delete(void* block, size_t) noexcept
+{
+    free(block);
+}
+
+void operator delete[](void* block, size_t) noexcept
+{
+    free(block);
+}
+
 #endif
 
 namespace testing {
 
 FailingAllocation::FailingAllocation(Requests requests, int failing)
 {
+    // The first time it loads a library, for which it asks for memory.
+    failingDepth = backtrace(failingCallers.data(), 1);
+    failingDepth = 0;
     requestCount = 0;
     failingRequest = failing;
-    areAllWatched = requests == Requests::Everything;
+    watched = requests;
     isWatching = true;
 }
 
@@ -151,6 +236,17 @@ FailingAllocation::~FailingAllocation()
 int FailingAllocation::count() const
 {
     return requestCount;
+}
+
+QByteArray FailingAllocation::callers()
+{
+    QByteArray all;
+    for (int i = 0; i < failingDepth; ++i) {
+        Dl_info caller{};
+        if (dladdr(failingCallers[size_t(i)], &caller) != 0)
+            all += QByteArray(caller.dli_fname) + '(' + caller.dli_sname + ") ";
+    }
+    return all;
 }
 
 qint64 liveBlocks(Requests requests)

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include <QtGlobal>
+#include <QByteArray>
 
 namespace testing {
 
@@ -16,8 +16,10 @@ constexpr bool areAllRequestsSeen = true;
 
 /** Which requests for memory are counted and can fail. */
 enum class Requests {
-    Images,     ///< the storage of images, which ep::AllocBuffer() asks for
-    Everything  ///< whatever is asked of malloc; the same as Images unless areAllRequestsSeen
+    Images,  ///< the storage of images, which ep::AllocBuffer() asks for
+    // The same as Images unless areAllRequestsSeen:
+    Ours,       ///< what this system and Qt ask for, but not the libraries below
+    Everything  ///< whatever is asked of malloc
 };
 
 /** While it lives, one request for memory of this thread fails: the one of number @p failing, counted from 1. */
@@ -31,6 +33,8 @@ public:
 
     /** How many requests there were so far. */
     int count() const;
+    /** Who asked for the one that failed, the nearest first: "library(function) ...". To be asked after the end. */
+    static QByteArray callers();
 };
 
 /**
