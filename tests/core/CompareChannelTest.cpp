@@ -1,6 +1,6 @@
 #include <orn/CompareChannel.h>
 
-#include "TestImages.h"
+#include "SampleNumbers.h"
 
 #include <QtTest>
 
@@ -11,57 +11,14 @@ using namespace testing;
 
 namespace {
 
-/** The sample as a number, by a switch of its own. */
-long double numberAt(const ep::SxImageBuf& image, int x, int y, int c)
-{
-    switch (image.dataType) {
-    case ep::DataTypeInt8: return sampleAt<qint8>(image, x, y, c);
-    case ep::DataTypeUInt8: return sampleAt<quint8>(image, x, y, c);
-    case ep::DataTypeInt16: return sampleAt<qint16>(image, x, y, c);
-    case ep::DataTypeUInt16: return sampleAt<quint16>(image, x, y, c);
-    case ep::DataTypeInt32: return sampleAt<qint32>(image, x, y, c);
-    case ep::DataTypeUInt32: return sampleAt<quint32>(image, x, y, c);
-    case ep::DataTypeFloat: return static_cast<long double>(sampleAt<float>(image, x, y, c));
-    case ep::DataTypeDouble: return static_cast<long double>(sampleAt<double>(image, x, y, c));
-    case ep::DataTypeInt64: return sampleAt<qint64>(image, x, y, c);
-    case ep::DataTypeUInt64: return sampleAt<quint64>(image, x, y, c);
-    default: qFatal("no numbers");
-    }
-}
-
-bool isReal(ep::ExImageDataType type)
-{
-    return type == ep::DataTypeFloat || type == ep::DataTypeDouble;
-}
-
-/** A random image whose samples are numbers of a modest size. */
-ep::CxScopedBuffer numbers(ep::ExImageDataType type, int width, int height, int channels, ep::ExImageLayout layout,
-                           int padding, quint32 seed)
-{
-    auto image = randomImage(describe(type, width, height, channels, layout, padding), seed);
-    std::mt19937 random(seed + 1);
-    for (int c = 0; isReal(type) && c < channels; ++c) {
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; ++x) {
-                const double value = random() / 65536.0 - 30000;
-                if (type == ep::DataTypeFloat)
-                    setSample<float>(image.image(), x, y, c, static_cast<float>(value));
-                else
-                    setSample<double>(image.image(), x, y, c, value);
-            }
-        }
-    }
-    return image;
-}
-
 orn::SxChannelComparison naive(const ep::SxImageBuf& a, const ep::SxImageBuf& b, int channel, double tolerance)
 {
     orn::SxChannelComparison result{static_cast<qint64>(a.width) * a.height, 0, 0, 0, -1, -1, 0, 0};
     long double squares = 0;
     for (int y = 0; y < a.height; ++y) {
         for (int x = 0; x < a.width; ++x) {
-            const long double left = numberAt(a, x, y, channel);
-            const long double right = numberAt(b, x, y, channel);
+            const long double left = numberOf(a, x, y, channel);
+            const long double right = numberOf(b, x, y, channel);
             const long double error = std::fabs(left - right);
             squares += error * error;
             result.maximumError = std::max(result.maximumError, static_cast<double>(error));
@@ -122,8 +79,8 @@ void CompareChannelTest::agreesWithTheNaiveLoop()
     QFETCH(int, typeB);
     for (ep::ExImageLayout layoutA : allLayouts) {
         for (ep::ExImageLayout layoutB : allLayouts) {
-            const auto a = numbers(ep::ExImageDataType(typeA), 13, 7, 3, layoutA, 5, 1);
-            const auto b = numbers(ep::ExImageDataType(typeB), 13, 7, 3, layoutB, 0, 9);
+            const auto a = numbers(describe(ep::ExImageDataType(typeA), 13, 7, 3, layoutA, 5), 1);
+            const auto b = numbers(describe(ep::ExImageDataType(typeB), 13, 7, 3, layoutB, 0), 9);
             for (int channel = 0; channel < 3; ++channel) {
                 orn::SxChannelComparison result{};
                 QCOMPARE(orn::CompareChannel(a.image(), b.image(), channel, 100, result), unsigned(ep::StatusOk));
@@ -137,7 +94,7 @@ void CompareChannelTest::servesEverySize()
 {
     for (int width = 1; width <= 67; ++width) {
         const int height = 68 - width;
-        const auto a = numbers(ep::DataTypeUInt16, width, height, 1, ep::LayoutPacked, 0, quint32(width));
+        const auto a = numbers(describe(ep::DataTypeUInt16, width, height, 1, ep::LayoutPacked, 0), quint32(width));
         auto b = copyOf(a.image());
         orn::SxChannelComparison result{};
         QCOMPARE(orn::CompareChannel(a.image(), b.image(), 0, 0, result), unsigned(ep::StatusOk));

@@ -1,4 +1,5 @@
 #include "DefectSearch.h"
+#include "SampleNumbers.h"
 
 #include <QtTest>
 
@@ -37,6 +38,8 @@ private slots:
     void samplesThatAreNoNumbersAreDead();
     void layoutsAndStridesDoNotMatter_data();
     void layoutsAndStridesDoNotMatter();
+    void samplesOfAnyTypeAreSearchedAlike_data();
+    void samplesOfAnyTypeAreSearchedAlike();
     void framesMayFollowAResult();
     void saysWhatItMeasured();
     void refusesFrames_data();
@@ -204,6 +207,54 @@ void CxDefectSearchTest::layoutsAndStridesDoNotMatter()
     QCOMPARE(found.planes.size(), 3);
     QCOMPARE(found.defects.size(), expected.defects.size());
     QCOMPARE(qualityOf(found.defects, expected.defects).rightKind, expected.defects.size());
+}
+
+void CxDefectSearchTest::samplesOfAnyTypeAreSearchedAlike_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<int>("layout");
+    for (ep::ExImageDataType type : allTypes)
+        for (ep::ExImageLayout layout : allLayouts)
+            if (type != ep::DataTypeComplex)
+                QTest::addRow("%s, %s", ep::sampleFacts(type).name, layout == ep::LayoutPlanar ? "planar" : "packed")
+                    << int(type) << int(layout);
+}
+
+void CxDefectSearchTest::samplesOfAnyTypeAreSearchedAlike()
+{
+    QFETCH(int, type);
+    QFETCH(int, layout);
+    SensorKind kind;
+    kind.type = ep::DataTypeUInt8;
+    kind.channels = 2;
+    kind.width = 131;
+    kind.height = 97;
+    kind.level = 60;
+    kind.highest = 127;  // which every type holds
+    DefectiveSensor sensor(kind, 12);
+    sensor.breakPixels(40, 3, 8, 10, 30);
+    orn::CxDefectSearch bytes;
+    orn::CxDefectSearch others;
+    for (int i = 0; i < 8; ++i) {
+        const ep::CxScopedBuffer frame = sensor.takeFrame();
+        ep::CxScopedBuffer copy =
+            randomImage(describe(ep::ExImageDataType(type), kind.width, kind.height, 2, ep::ExImageLayout(layout), 3));
+        for (int c = 0; c < 2; ++c)
+            for (int y = 0; y < kind.height; ++y)
+                for (int x = 0; x < kind.width; ++x)
+                    setNumber(copy.image(), x, y, c, sampleAt<quint8>(frame.image(), x, y, c));
+        QCOMPARE(bytes.addFrame(frame.image()), unsigned(ep::StatusOk));
+        QCOMPARE(others.addFrame(copy.image()), unsigned(ep::StatusOk));
+    }
+    Found expected;
+    Found found;
+    QCOMPARE(bytes.result({}, expected.defects, expected.planes), unsigned(ep::StatusOk));
+    QCOMPARE(others.result({}, found.defects, found.planes), unsigned(ep::StatusOk));
+    QVERIFY(expected.defects.size() > 30);
+    QCOMPARE(found.defects.size(), expected.defects.size());
+    QCOMPARE(qualityOf(found.defects, expected.defects).rightKind, expected.defects.size());
+    for (int plane = 0; plane < 2; ++plane)
+        QCOMPARE(found.planes[plane].background, expected.planes[plane].background);
 }
 
 void CxDefectSearchTest::framesMayFollowAResult()

@@ -1,6 +1,7 @@
 #include <orn/DifferencePicture.h>
 
-#include "TestImages.h"
+#include "ImageKinds.h"
+#include "SampleNumbers.h"
 
 #include <QtTest>
 
@@ -46,6 +47,8 @@ private slots:
     void oddDifferencesAreDrawn();
     void everyPixelShowsItsLargestChannel_data();
     void everyPixelShowsItsLargestChannel();
+    void samplesOfEveryKindAreCompared_data() { addImageKinds(); }
+    void samplesOfEveryKindAreCompared();
     void largeIntegersAreToldApart();
     void typesMayDiffer();
     void refuses_data();
@@ -116,6 +119,35 @@ void DifferencePictureTest::everyPixelShowsItsLargestChannel()
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x)
             QCOMPARE(int(sampleAt<quint8>(picture.image(), x, y)), int(difference(x, y) * 255.0 / white + 0.5));
+}
+
+void DifferencePictureTest::samplesOfEveryKindAreCompared()
+{
+    const ImageKind kind = currentImageKind();
+    if (kind.type == ep::DataTypeComplex)
+        QSKIP("these are refused");
+    forEachShape(kind.type, [&](int width, int height, int padding) {
+        const auto a = numbers(kind.describe(width, height, padding), 1);
+        const auto b = numbers(kind.describe(width, height, 0), 2);
+        std::vector<long double> distances;
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                long double largest = 0;
+                for (int c = 0; c < kind.channels; ++c)
+                    largest = std::max(largest, std::fabs(numberOf(a.image(), x, y, c) - numberOf(b.image(), x, y, c)));
+                distances.push_back(largest);
+            }
+        const long double white = *std::max_element(distances.begin(), distances.end());
+        ep::CxScopedBuffer picture;
+        QCOMPARE(orn::DifferencePicture(a.image(), b.image(), picture), unsigned(ep::StatusOk));
+        for (int i = 0; i < width * height; ++i) {
+            const long double distance = distances[size_t(i)];
+            const int expected = distance == 0 ? 0 : std::max(1, int(double(distance / white) * 255 + 0.5));
+            const int drawn = sampleAt<quint8>(picture.image(), i % width, i / width);
+            QVERIFY2(std::abs(drawn - expected) <= 1 && (drawn == 0) == (distance == 0),
+                     shapeName(width, height, padding));
+        }
+    });
 }
 
 void DifferencePictureTest::largeIntegersAreToldApart()

@@ -1,6 +1,7 @@
 #include <orn/HistogramChannel.h>
 
-#include "TestImages.h"
+#include "ImageKinds.h"
+#include "SampleNumbers.h"
 
 #include <QtTest>
 
@@ -47,6 +48,8 @@ private slots:
     void everyRealValueLiesInABin_data();
     void everyRealValueLiesInABin();
     void countsEveryLevel();
+    void countsSamplesOfEveryKind_data() { addImageKinds(); }
+    void countsSamplesOfEveryKind();
     void widerBinsHoldTheSumOfTheirLevels();
     void addsUpOverCalls();
     void strayValuesAreCountedApart();
@@ -142,6 +145,30 @@ void HistogramChannelTest::countsEveryLevel()
             QCOMPARE(histogram.counts, expected);
         }
     }
+}
+
+void HistogramChannelTest::countsSamplesOfEveryKind()
+{
+    const ImageKind kind = currentImageKind();
+    if (kind.type == ep::DataTypeComplex)
+        QSKIP("these are refused");
+    forEachShape(kind.type, [&](int width, int height, int padding) {
+        const auto image = numbers(kind.describe(width, height, padding));
+        const orn::SxHistogramBins bins = binsOf(image.image(), 16);
+        QVERIFY(bins.count > 0 && bins.count <= 16);
+        for (int channel = 0; channel < kind.channels; ++channel) {
+            QVector<qint64> expected(bins.count, 0);
+            for (int y = 0; y < height; ++y)
+                for (int x = 0; x < width; ++x) {
+                    const auto sample = static_cast<double>(numberOf(image.image(), x, y, channel));
+                    ++expected[static_cast<int>(std::floor((sample - bins.low) / bins.width))];
+                }
+            orn::SxChannelHistogram histogram;
+            QCOMPARE(orn::HistogramChannel(image.image(), channel, bins, histogram), unsigned(ep::StatusOk));
+            QVERIFY2(histogram.counts == expected, shapeName(width, height, padding));
+            QCOMPARE(histogram.below + histogram.above + histogram.notNumbers, qint64(0));
+        }
+    });
 }
 
 void HistogramChannelTest::widerBinsHoldTheSumOfTheirLevels()

@@ -1,7 +1,8 @@
 #include <orn/PreviewImage.h>
 
 #include "CameraImages.h"
-#include "TestImages.h"
+#include "ImageKinds.h"
+#include "SampleNumbers.h"
 
 #include <QtTest>
 
@@ -53,6 +54,8 @@ private slots:
     void eightBitsAreShownAsTheyAre();
     void sixteenBitsAreScaledByPercentiles();
     void realNumbersGetTheScreenCurve();
+    void samplesOfEveryKindAreDrawn_data() { addImageKinds(); }
+    void samplesOfEveryKindAreDrawn();
     void nothingIsMirroredOrTurned();
     void showsARegion_data();
     void showsARegion();
@@ -186,6 +189,31 @@ void PreviewImageTest::realNumbersGetTheScreenCurve()
     QVERIFY(near(sampleAt<quint8>(preview.image(), 1, 0), srgb(0.5)));
     QCOMPARE(sampleAt<quint8>(preview.image(), 2, 0), quint8(255));
     QCOMPARE(sampleAt<quint8>(preview.image(), 3, 0), quint8(0));
+}
+
+void PreviewImageTest::samplesOfEveryKindAreDrawn()
+{
+    const ImageKind kind = currentImageKind();
+    if (kind.type == ep::DataTypeComplex)
+        QSKIP("these are refused");
+    forEachShape(kind.type, [&](int width, int height, int padding) {
+        const auto image = numbers(kind.describe(width, height, padding));
+        ep::CxScopedBuffer preview;
+        orn::SxPreviewFacts facts;
+        QCOMPARE(orn::PreviewImage(image.image(), nullptr, {}, preview, facts), unsigned(ep::StatusOk));
+        QCOMPARE(preview->channels, kind.channels >= 3 ? 3 : 1);
+        QCOMPARE(facts.gammaApplied, isReal(kind.type));
+        QCOMPARE(facts.scaled, kind.type != ep::DataTypeUInt8);
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x)
+                for (int c = 0; c < preview->channels; ++c) {
+                    const auto sample = static_cast<double>(numberOf(image.image(), x, y, c));
+                    const double level = qBound(0.0, (sample - facts.black) / (facts.white - facts.black), 1.0);
+                    const int expected = facts.gammaApplied ? srgb(level) : int(level * 255 + 0.5);
+                    QVERIFY2(near(sampleAt<quint8>(preview.image(), x, y, c), expected),
+                             shapeName(width, height, padding));
+                }
+    });
 }
 
 void PreviewImageTest::nothingIsMirroredOrTurned()

@@ -1,6 +1,6 @@
 #include <orn/SubtractImages.h>
 
-#include "TestImages.h"
+#include "SampleNumbers.h"
 
 #include <QtTest>
 
@@ -29,24 +29,8 @@ ep::CxScopedBuffer patterned(ep::ExImageDataType type, ep::ExImageLayout layout,
     auto image = randomImage(describe(type, 7, 5, 3, layout, padding));
     for (int y = 0; y < 5; ++y)
         for (int x = 0; x < 7; ++x)
-            for (int c = 0; c < 3; ++c) {
-                const int value = (x + 7 * y + 35 * c) * factor % 101;
-                switch (ep::sampleFacts(type).bytes) {
-                case 1: setSample(image.image(), x, y, c, qint8(value)); break;
-                case 2: setSample(image.image(), x, y, c, qint16(value)); break;
-                case 4:
-                    if (type == ep::DataTypeFloat)
-                        setSample(image.image(), x, y, c, float(value));
-                    else
-                        setSample(image.image(), x, y, c, qint32(value));
-                    break;
-                default:
-                    if (type == ep::DataTypeDouble)
-                        setSample(image.image(), x, y, c, double(value));
-                    else
-                        setSample(image.image(), x, y, c, qint64(value));
-                }
-            }
+            for (int c = 0; c < 3; ++c)
+                setNumber(image.image(), x, y, c, (x + 7 * y + 35 * c) * factor % 101);
     return image;
 }
 
