@@ -1,6 +1,8 @@
 #include "CxOiioImageLoader.h"
 
 #include "FileHeader.h"
+#include "HeifInput.h"
+#include "HevcDecoder.h"
 #include "OiioFormat.h"
 #include "OiioGuard.h"
 #include "OiioMetadata.h"
@@ -23,11 +25,12 @@ namespace {
 
 constexpr int mostFrames = 100000;
 
-/** Has the library refuse what is past the limit by itself. The limit is the library's only one, of all its users. */
+/** Has the libraries refuse what is past the limit by themselves. It is their only one, of all their users. */
 void limitMemory(qint64 bytes)
 {
     constexpr qint64 mebibyte = 1 << 20;
     constexpr qint64 most = 1 << 30;
+    limitHevcPictures(bytes);
     OIIO::attribute("limits:imagesize_MB", static_cast<int>(std::min(most, std::max<qint64>(1, bytes / mebibyte + 1))));
 }
 
@@ -57,6 +60,13 @@ SxFileError findObstacle(const QString& path)
     return {};
 }
 
+std::unique_ptr<OIIO::ImageInput> createInput(const OiioFormat& format)
+{
+    if (format.is("heif"))
+        return std::make_unique<HeifInput>();
+    return OIIO::ImageInput::create(format.name);
+}
+
 }  // namespace
 
 /** An open file and the first frame until somebody asks for it. */
@@ -81,7 +91,7 @@ SxFileError CxOiioImageLoader::Source::open(qint64 memoryLimit)
     const qint64 screenBytes = format->is("gif") ? gifScreenBytes(path) : 0;
     if (screenBytes > memoryLimit)
         return internal::pastMemoryLimit(screenBytes, memoryLimit);
-    input = OIIO::ImageInput::create(format->name);
+    input = createInput(*format);
     if (!input)
         return {ExFileError::Unsupported, QStringLiteral("OpenImageIO does not read this format here")};
     OIIO::ImageSpec spec;

@@ -108,6 +108,16 @@ int statedBits(const OIIO::ImageSpec& spec, const OiioFormat& format, const QStr
     return bits == 0 && format.is("png") ? pngGrayBits(path) : bits;
 }
 
+/** The type to ask for, so that the samples come out as those of @p info. */
+OIIO::TypeDesc wantedType(const OIIO::ImageSpec& spec, const SxImageInfo& info)
+{
+    const OIIO::TypeDesc type(sampleFacts(info.dataType).name);
+    // The name of the file's own type stands for it, but the library then goes through a buffer of 64 MiB of its own,
+    // of which rows that a reader leaves out are what memory held. Asked for no conversion, it reads into zeroed
+    // memory.
+    return spec.channelformats.empty() && spec.format == type ? OIIO::TypeDesc(OIIO::TypeDesc::UNKNOWN) : type;
+}
+
 }  // namespace
 
 SxFileError readOiioSamples(OIIO::ImageInput& input, const OiioFormat& format, const QString& path, qint64 memoryLimit,
@@ -123,9 +133,8 @@ SxFileError readOiioSamples(OIIO::ImageInput& input, const OiioFormat& format, c
     image = CxScopedBuffer(info);
     if (failed(image.allocate(true)))
         return {ExFileError::TooLarge, QStringLiteral("there is not enough memory for its image")};
-    const OIIO::TypeDesc type(sampleFacts(info.dataType).name);
-    const bool isRead = input.read_image(input.current_subimage(), 0, 0, info.channels, type, image->data,
-                                         OIIO::AutoStride, image->stride);
+    const bool isRead = input.read_image(input.current_subimage(), 0, 0, info.channels, wantedType(spec, info),
+                                         image->data, OIIO::AutoStride, image->stride);
     // Some readers fill up what is missing and leave no more than a complaint.
     if (!isRead || input.has_error()) {
         const QString reason = clause(input.geterror(), path);

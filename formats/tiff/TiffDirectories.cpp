@@ -94,11 +94,13 @@ Directory readDirectory(Numbers& numbers, quint64 offset)
 quint64 endOfValue(const Numbers& numbers, int entry)
 {
     const int countBytes = numbers.isBig() ? 8 : 4;
-    const auto type = static_cast<TIFFDataType>(numbers.at<quint16>(entry + 2));
-    const auto width = static_cast<quint64>(std::max(0, TIFFDataWidth(type)));
+    const auto type = numbers.at<quint16>(entry + 2);
+    if (type > TIFF_IFD8)
+        return 0;  // of no type that is known
+    const auto width = static_cast<quint64>(std::max(0, TIFFDataWidth(static_cast<TIFFDataType>(type))));
     const quint64 count = numbers.offsetAt(entry + 4);
     if (width == 0 || count <= static_cast<quint64>(countBytes) / width)
-        return 0;  // it stands in the entry itself, or is of no known type
+        return 0;  // it stands in the entry itself, or is of no type
     const quint64 offset = numbers.offsetAt(entry + 4 + countBytes);
     const quint64 most = std::numeric_limits<quint64>::max();
     return count > (most - offset) / width ? most : offset + count * width;

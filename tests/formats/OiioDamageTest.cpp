@@ -99,6 +99,8 @@ private slots:
     void largeScreensOfGifFilesAreRefused();
     void dpxFilesThatLackSamplesAreRefused_data();
     void dpxFilesThatLackSamplesAreRefused();
+    void attributesOfOpenExrPastTheFileAreRefused_data();
+    void attributesOfOpenExrPastTheFileAreRefused();
 };
 
 namespace {
@@ -276,6 +278,29 @@ void OiioDamageTest::dpxFilesThatLackSamplesAreRefused()
     ep::SxFileError error;
     QVERIFY(!Manager::loadImageFromFile(path, image.image(), nullptr, nullptr, &error));
     QVERIFY2(error.reason.contains(told), qPrintable(error.reason));
+}
+
+void OiioDamageTest::attributesOfOpenExrPastTheFileAreRefused_data()
+{
+    QTest::addColumn<quint32>("bytes");
+    QTest::newRow("a gigabyte") << 0x40000000u;
+    QTest::newRow("a negative size") << 0xfffffff0u;
+}
+
+void OiioDamageTest::attributesOfOpenExrPastTheFileAreRefused()
+{
+    QFETCH(quint32, bytes);
+    QByteArray content = soundFile(QStringLiteral("exr"), ep::DataTypeFloat, 3);
+    const QByteArray before("comments\0string\0", 16);
+    QVERIFY(content.contains(before));
+    qToLittleEndian(bytes, content.data() + content.indexOf(before) + before.size());
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("greedy.exr"));
+    writeFile(path, content);
+    ep::CxScopedBuffer image;
+    ep::SxFileError error;
+    QVERIFY(!Manager::loadImageFromFile(path, image.image(), nullptr, nullptr, &error));
+    QVERIFY2(error.reason.contains(QLatin1String("more than the file has")), qPrintable(error.reason));
 }
 
 int main(int argc, char** argv)

@@ -194,6 +194,21 @@ private slots:
         QVERIFY(frame.image().bitDepth >= 14 && frame.image().bitDepth <= 16);
     }
 
+    void tagsOfUnknownTypeArePassedOver()
+    {
+        QByteArray bytes = dngBytes(QStringLiteral("deflate"));
+        const auto directory = qFromLittleEndian<qint32>(bytes.constData() + 4);
+        constexpr int countBytes = 2, entryBytes = 12, typeAt = 2;
+        int entry = directory + countBytes;
+        while (qFromLittleEndian<quint16>(bytes.constData() + entry) < TIFFTAG_MAKE)
+            entry += entryBytes;
+        QCOMPARE(int(qFromLittleEndian<quint16>(bytes.constData() + entry)), int(TIFFTAG_MAKE));
+        qToLittleEndian(quint16(0x8081), bytes.data() + entry + typeAt);
+        QVERIFY(writeFile(path(), bytes));
+        const LoadedFrame frame = loadDng(path(), QStringLiteral("deflate"));
+        QVERIFY2(frame.data, qPrintable(frame.loader->lastError().reason));
+    }
+
     // The RAW loader's word on a file that only it serves is the one that counts.
     void managerTellsWhatIsWrong()
     {
