@@ -1,5 +1,6 @@
 #include "FileHeader.h"
 
+#include "JpegHeader.h"
 #include "OiioFormat.h"
 
 #include <ep/internal/CheckedSize.h>
@@ -138,6 +139,8 @@ QString headerFlaw(const OiioFormat& format, const QString& path)
 {
     if (format.is("ico"))
         return iconFlaw(path);
+    if (format.is("jpeg"))
+        return jpegFlaw(path);
     if (format.is("openexr"))
         return exrFlaw(path);
     return format.is("dpx") ? dpxFlaw(path) : QString();
