@@ -92,7 +92,8 @@ void addWriting(Table& table)
             const QString plain = folder.file(QStringLiteral("plain"));
             const QString ofSciPy = folder.file(QStringLiteral("scipy.mat"));
             Peer sciPy({QStringLiteral(ORN_PYTHON), QStringLiteral(ORN_SCIPY_PEER), QStringLiteral("save"), ofSciPy,
-                        QString::number(image->height * kind.channels), QString::number(image->width)});
+                        QString::fromLatin1(ep::sampleFacts(kind.type).name), QString::number(image->height),
+                        QString::number(image->width), QString::number(kind.channels)});
             std::vector<Contestant> contestants = {
                 {"ours", [&] { return secondsOfWriting(mat, [&] { writeMat(mat, image); }); }},
                 {"write", [&] {

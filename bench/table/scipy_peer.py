@@ -1,7 +1,7 @@
 """SciPy's turns: for each line on standard input the work is done once, and its seconds are printed.
 
-scipy_peer.py save FILE ROWS COLUMNS    a matrix of 16-bit samples, in C's order as images lie, into a MAT file
-scipy_peer.py load FILE                 the first matrix of a MAT file, upright and in C's order
+scipy_peer.py save FILE DTYPE ROWS COLUMNS PLANES    planes of integers, in C's order as images lie, into a MAT file
+scipy_peer.py load FILE                              the planes of a MAT file, upright and in C's order
 """
 import os
 import sys
@@ -10,15 +10,19 @@ import time
 import numpy
 from scipy.io import loadmat, savemat
 
+PLANE = 'ep_image_channel_'
 
-def saver(path, rows, columns):
-    image = numpy.random.default_rng(1).integers(0, 65536, (int(rows), int(columns)), dtype='uint16')
+
+def saver(path, dtype, rows, columns, planes):
+    levels = numpy.iinfo(dtype).max + 1
+    samples = numpy.random.default_rng(1).integers(0, levels, (int(planes), int(rows), int(columns)), dtype=dtype)
+    variables = {f'{PLANE}{i + 1}': plane for i, plane in enumerate(samples)}
 
     def work():
         if os.path.exists(path):
             os.remove(path)
         start = time.perf_counter()
-        savemat(path, {'ep_image_channel_1': image})
+        savemat(path, variables)
         return time.perf_counter() - start
     return work
 
@@ -26,9 +30,10 @@ def saver(path, rows, columns):
 def loader(path):
     def work():
         start = time.perf_counter()
-        image = numpy.ascontiguousarray(loadmat(path)['ep_image_channel_1'][::-1])
+        planes = [numpy.ascontiguousarray(value[::-1]) for name, value in loadmat(path).items()
+                  if name.startswith(PLANE)]
         seconds = time.perf_counter() - start
-        del image
+        del planes
         return seconds
     return work
 
