@@ -79,8 +79,8 @@ void addRows(const std::vector<Operation>& operations);
 QString flawOf(const Operation& operation);
 
 /**
- * The same for what an operation does when it is the first of its process: each request fails in a new process, which
- * then must work as if nothing had been. Leaks are not looked for.
+ * The same for what an operation does when it is the first of its process: one request fails in each new process, which
+ * then must work as if nothing had been. In long tests that is every seventh request. Leaks are not looked for.
  */
 QString flawOfFirstUse(const Operation& operation);
 
