@@ -11,6 +11,7 @@
 #include <limits>
 #include <memory>
 
+#include <malloc.h>
 #include <sys/resource.h>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -57,6 +58,16 @@ void limitProcess(qint64 imageBytes)
     grantProcessorTime();
 }
 
+/**
+ * Lets what the program gets of memory begin as zeros (but for blocks below a kilobyte or so): what a library leaves
+ * unset must not show what stood there before, a piece of another image for one.
+ */
+void clearNewMemory()
+{
+    constexpr int filling = 0;
+    mallopt(M_PERTURB, filling ^ 0xff);
+}
+
 void apply(const LimitOptions& options)
 {
     ep::CxImageFormatManager& manager = *ep::CxImageFormatManager::instance();
@@ -67,6 +78,7 @@ void apply(const LimitOptions& options)
         return;
     manager.setMemoryLimit(std::min(manager.memoryLimit(), gibibyte));
     manager.setTrustsFiles(false);
+    clearNewMemory();
     limitProcess(manager.memoryLimit());
 }
 
