@@ -133,6 +133,23 @@ QString exrFlaw(const QString& path)
     return isSound ? QString() : QStringLiteral("its header announces more than the file has");
 }
 
+/** The reader takes memory for what a chunk announces before it looks how much of it is there. */
+QString pngFlaw(const QString& path)
+{
+    constexpr int signatureBytes = 8, lengthBytes = 4, nameBytes = 4, sumBytes = 4;
+    QFile file(path);
+    if (beginning(file, signatureBytes).isEmpty())
+        return QStringLiteral("the file ends inside its header");
+    for (;;) {
+        const QByteArray head = file.read(lengthBytes + nameBytes);
+        if (head.size() < lengthBytes + nameBytes || head.endsWith("IEND"))
+            return QString();
+        const qint64 end = file.pos() + qFromBigEndian<quint32>(head.constData()) + sumBytes;
+        if (end > file.size() || !file.seek(end))
+            return QStringLiteral("one of its chunks announces more than the file has");
+    }
+}
+
 }  // namespace
 
 QString headerFlaw(const OiioFormat& format, const QString& path)
@@ -143,6 +160,8 @@ QString headerFlaw(const OiioFormat& format, const QString& path)
         return jpegFlaw(path);
     if (format.is("openexr"))
         return exrFlaw(path);
+    if (format.is("png"))
+        return pngFlaw(path);
     return format.is("dpx") ? dpxFlaw(path) : QString();
 }
 

@@ -99,8 +99,8 @@ private slots:
     void largeScreensOfGifFilesAreRefused();
     void dpxFilesThatLackSamplesAreRefused_data();
     void dpxFilesThatLackSamplesAreRefused();
-    void attributesOfOpenExrPastTheFileAreRefused_data();
-    void attributesOfOpenExrPastTheFileAreRefused();
+    void whatIsAnnouncedPastTheFileIsRefused_data();
+    void whatIsAnnouncedPastTheFileIsRefused();
 };
 
 namespace {
@@ -280,22 +280,35 @@ void OiioDamageTest::dpxFilesThatLackSamplesAreRefused()
     QVERIFY2(error.reason.contains(told), qPrintable(error.reason));
 }
 
-void OiioDamageTest::attributesOfOpenExrPastTheFileAreRefused_data()
+void OiioDamageTest::whatIsAnnouncedPastTheFileIsRefused_data()
 {
-    QTest::addColumn<quint32>("bytes");
-    QTest::newRow("a gigabyte") << 0x40000000u;
-    QTest::newRow("a negative size") << 0xfffffff0u;
+    QTest::addColumn<QString>("suffix");
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<int>("at");
+    QTest::addColumn<QByteArray>("size");
+    const QByteArray attribute("comments\0string\0", 16);
+    const int behind = attribute.size();
+    const QString exr = QStringLiteral("exr");
+    QTest::newRow("an attribute of OpenEXR of a gigabyte") << exr << attribute << behind << QByteArray("\0\0\0\x40", 4);
+    QTest::newRow("one of a negative size") << exr << attribute << behind << QByteArray("\xf0\xff\xff\xff", 4);
+    const QString png = QStringLiteral("png");
+    constexpr int before = -4;
+    QTest::newRow("a text of PNG of a gigabyte") << png << QByteArray("tEXt") << before << QByteArray("\x40\0\0\0", 4);
+    QTest::newRow("one past 31 bits") << png << QByteArray("tEXt") << before << QByteArray("\xff\xff\xff\xff", 4);
+    QTest::newRow("a first chunk past the file") << png << QByteArray("IHDR") << before << QByteArray("\0\1\0\0", 4);
 }
 
-void OiioDamageTest::attributesOfOpenExrPastTheFileAreRefused()
+void OiioDamageTest::whatIsAnnouncedPastTheFileIsRefused()
 {
-    QFETCH(quint32, bytes);
-    QByteArray content = soundFile(QStringLiteral("exr"), ep::DataTypeFloat, 3);
-    const QByteArray before("comments\0string\0", 16);
+    QFETCH(QString, suffix);
+    QFETCH(QByteArray, before);
+    QFETCH(int, at);
+    QFETCH(QByteArray, size);
+    QByteArray content = soundFile(suffix, suffix == QLatin1String("exr") ? ep::DataTypeFloat : ep::DataTypeUInt16, 3);
     QVERIFY(content.contains(before));
-    qToLittleEndian(bytes, content.data() + content.indexOf(before) + before.size());
+    content.replace(content.indexOf(before) + at, size.size(), size);
     QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("greedy.exr"));
+    const QString path = folder.filePath(QStringLiteral("greedy.") + suffix);
     writeFile(path, content);
     ep::CxScopedBuffer image;
     ep::SxFileError error;
