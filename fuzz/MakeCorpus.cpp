@@ -120,8 +120,33 @@ void addImages()
     save("Fits", QStringLiteral("floats.fits"), plainNumbers(describe(ep::DataTypeFloat, 7, 5, 3)).image());
 }
 
+/** An image that compresses well: noise is stored as it is, and no decoder sees it. */
+ep::CxScopedBuffer smoothImage(ep::ExImageDataType type)
+{
+    auto image = randomImage(describe(type, 48, 40, 3));
+    for (int y = 0; y < image->height; ++y)
+        for (int x = 0; x < image->width; ++x)
+            for (int c = 0; c < image->channels; ++c) {
+                const int level = 3 * x + 2 * y + 20 * c;
+                if (type == ep::DataTypeFloat)
+                    setSample(image.image(), x, y, c, static_cast<float>(level) / 4);
+                else
+                    setSample(image.image(), x, y, c, static_cast<quint8>(level));
+            }
+    return image;
+}
+
+void addSmoothImages()
+{
+    save("Oiio", QStringLiteral("smooth.exr"), smoothImage(ep::DataTypeFloat).image());
+    const auto bytes = smoothImage(ep::DataTypeUInt8);
+    for (const char* suffix : {"png", "jpg", "jp2", "webp", "heic"})
+        save("Oiio", QStringLiteral("smooth.") + QLatin1String(suffix), bytes.image());
+}
+
 void addOtherImages()
 {
+    addSmoothImages();
     const auto bytes = randomImage(describe(ep::DataTypeUInt8, 40, 34, 3));
     const auto words = randomImage(describe(ep::DataTypeUInt16, 40, 34, 3));
     const auto grey = randomImage(describe(ep::DataTypeUInt16, 40, 34));

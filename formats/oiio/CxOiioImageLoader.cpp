@@ -1,5 +1,6 @@
 #include "CxOiioImageLoader.h"
 
+#include "ExrHeader.h"
 #include "FileHeader.h"
 #include "HeifInput.h"
 #include "HevcDecoder.h"
@@ -18,6 +19,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
+#include <mutex>
 
 namespace ep {
 namespace oiio {
@@ -60,11 +62,33 @@ SxFileError findObstacle(const QString& path)
     return {};
 }
 
-std::unique_ptr<OIIO::ImageInput> createInput(const OiioFormat& format)
+/**
+ * A reader of OpenEXR files. Of the two that the library has, the younger misses what a block of lines lacks, and the
+ * other takes it from memory that nobody wrote, but for B44, which the younger cannot decompress.
+ */
+std::unique_ptr<OIIO::ImageInput> createExrInput(int compression)
 {
+    constexpr int pxr24 = 5;
+    // Which of them it makes, the library is told by a number for the whole process.
+    static std::mutex mutex;
+    const std::lock_guard<std::mutex> lock(mutex);
+    OIIO::attribute("openexr:core", compression <= pxr24 ? 1 : 0);
+    return OIIO::ImageInput::create("openexr");
+}
+
+SxFileError createInput(const OiioFormat& format, const QString& path, std::unique_ptr<OIIO::ImageInput>& input)
+{
+    constexpr int dwaa = 8;
+    const int compression = format.is("openexr") ? exrCompression(path) : 0;
+    if (compression >= dwaa)
+        return {ExFileError::Unsupported,
+                QStringLiteral("DWA compression is not read: its decoder is not safe with damaged data")};
     if (format.is("heif"))
-        return std::make_unique<HeifInput>();
-    return OIIO::ImageInput::create(format.name);
+        input = std::make_unique<HeifInput>();
+    else
+        input = format.is("openexr") ? createExrInput(compression) : OIIO::ImageInput::create(format.name);
+    return input ? SxFileError()
+                 : SxFileError{ExFileError::Unsupported, QStringLiteral("OpenImageIO does not read this format here")};
 }
 
 }  // namespace
@@ -87,13 +111,12 @@ SxFileError CxOiioImageLoader::Source::open(qint64 memoryLimit)
     const QString flaw = headerFlaw(*format, path);
     if (!flaw.isEmpty())
         return {ExFileError::Unreadable, flaw};
-    // The library holds every other format to its own limit.
-    const qint64 screenBytes = format->is("gif") ? gifScreenBytes(path) : 0;
-    if (screenBytes > memoryLimit)
-        return internal::pastMemoryLimit(screenBytes, memoryLimit);
-    input = createInput(*format);
-    if (!input)
-        return {ExFileError::Unsupported, QStringLiteral("OpenImageIO does not read this format here")};
+    const qint64 bytes = bytesAtOpening(*format, path);
+    if (bytes > memoryLimit)
+        return internal::pastMemoryLimit(bytes, memoryLimit);
+    const SxFileError failure = createInput(*format, path, input);
+    if (failure)
+        return failure;
     OIIO::ImageSpec spec;
     if (input->open(QFile::encodeName(path).toStdString(), spec, untouched()))
         return {};

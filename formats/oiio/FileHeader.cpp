@@ -1,5 +1,6 @@
 #include "FileHeader.h"
 
+#include "ExrHeader.h"
 #include "JpegHeader.h"
 #include "OiioFormat.h"
 
@@ -83,56 +84,6 @@ QString dpxFlaw(const QString& path)
     return isPlain && !bits.fits(8 * file.size()) ? QStringLiteral("the file is too short for its samples") : QString();
 }
 
-/** A name in the header of an OpenEXR file: up to a zero, that it does not hold. Null when there is no end. */
-QByteArray exrName(QFile& file)
-{
-    constexpr int longest = 256;
-    QByteArray name("");
-    for (char letter = 0; file.getChar(&letter) && name.size() < longest; name.append(letter))
-        if (letter == 0)
-            return name;
-    return QByteArray();
-}
-
-/** Passes over the attributes of one part of an OpenEXR file. False when the file ends before them. */
-bool skipExrPart(QFile& file, bool& hasAttributes)
-{
-    constexpr int sizeBytes = 4;
-    hasAttributes = false;
-    for (;;) {
-        const QByteArray name = exrName(file);
-        if (name.isEmpty())
-            return !name.isNull();
-        hasAttributes = true;
-        const QByteArray type = exrName(file);
-        const QByteArray size = file.read(sizeBytes);
-        if (type.isNull() || size.size() < sizeBytes)
-            return false;
-        const qint64 end = file.pos() + qFromLittleEndian<quint32>(size.constData());
-        if (end > file.size() || !file.seek(end))
-            return false;
-    }
-}
-
-/** The reader takes memory for what an attribute announces, and fills it, before it looks how much of it is there. */
-QString exrFlaw(const QString& path)
-{
-    constexpr int versionAt = 4, headerBytes = 8;
-    constexpr quint32 hasPartsBit = 0x1000;
-    QFile file(path);
-    const QByteArray header = beginning(file, headerBytes);
-    if (!header.isEmpty() && !header.startsWith("v/1\1"))
-        return QString();
-    const bool hasParts = !header.isEmpty() && qFromLittleEndian<quint32>(header.constData() + versionAt) & hasPartsBit;
-    bool isSound = !header.isEmpty();
-    // A part without attributes stands behind the last.
-    for (bool isPart = true; isSound && isPart;) {
-        isSound = skipExrPart(file, isPart);
-        isPart = isPart && hasParts;
-    }
-    return isSound ? QString() : QStringLiteral("its header announces more than the file has");
-}
-
 /** The reader takes memory for what a chunk announces before it looks how much of it is there. */
 QString pngFlaw(const QString& path)
 {
@@ -150,6 +101,18 @@ QString pngFlaw(const QString& path)
     }
 }
 
+/** What the reader keeps of the screen that the header states. */
+qint64 gifScreenBytes(const QString& path)
+{
+    constexpr int widthAt = 6, heightAt = 8, headerBytes = 10, bytesPerPixel = 4;
+    QFile file(path);
+    const QByteArray header = beginning(file, headerBytes);
+    if (header.isEmpty())
+        return 0;
+    return qint64(qFromLittleEndian<quint16>(header.constData() + widthAt))
+           * qFromLittleEndian<quint16>(header.constData() + heightAt) * bytesPerPixel;
+}
+
 }  // namespace
 
 QString headerFlaw(const OiioFormat& format, const QString& path)
@@ -165,15 +128,11 @@ QString headerFlaw(const OiioFormat& format, const QString& path)
     return format.is("dpx") ? dpxFlaw(path) : QString();
 }
 
-qint64 gifScreenBytes(const QString& path)
+qint64 bytesAtOpening(const OiioFormat& format, const QString& path)
 {
-    constexpr int widthAt = 6, heightAt = 8, headerBytes = 10, bytesPerPixel = 4;
-    QFile file(path);
-    const QByteArray header = beginning(file, headerBytes);
-    if (header.isEmpty())
-        return 0;
-    return qint64(qFromLittleEndian<quint16>(header.constData() + widthAt))
-           * qFromLittleEndian<quint16>(header.constData() + heightAt) * bytesPerPixel;
+    if (format.is("gif"))
+        return gifScreenBytes(path);
+    return format.is("openexr") ? exrBlockBytes(path) : 0;
 }
 
 int pngGrayBits(const QString& path)

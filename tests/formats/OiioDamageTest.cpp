@@ -101,6 +101,9 @@ private slots:
     void dpxFilesThatLackSamplesAreRefused();
     void whatIsAnnouncedPastTheFileIsRefused_data();
     void whatIsAnnouncedPastTheFileIsRefused();
+    void blocksOfOpenExrKeepToTheMemoryLimit();
+    void dwaIsRefused_data();
+    void dwaIsRefused();
 };
 
 namespace {
@@ -314,6 +317,51 @@ void OiioDamageTest::whatIsAnnouncedPastTheFileIsRefused()
     ep::SxFileError error;
     QVERIFY(!Manager::loadImageFromFile(path, image.image(), nullptr, nullptr, &error));
     QVERIFY2(error.reason.contains(QLatin1String("more than the file has")), qPrintable(error.reason));
+}
+
+// A block of lines is decompressed at once, and the reader asks for its memory before anybody sees how wide it is.
+void OiioDamageTest::blocksOfOpenExrKeepToTheMemoryLimit()
+{
+    QByteArray content = soundFile(QStringLiteral("exr"), ep::DataTypeFloat, 3);
+    const QByteArray before("dataWindow\0box2i\0\x10\0\0\0", 21);
+    constexpr int rightAt = 8;
+    constexpr qint32 right = 999;
+    QVERIFY(content.contains(before));
+    qToLittleEndian(right, content.data() + content.indexOf(before) + before.size() + rightAt);
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("wide.exr"));
+    writeFile(path, content);
+    const qint64 block = 16 * qint64(right + 1) * 3 * 4;  // as ZIP compresses lines
+    const auto reasonUnder = [&](qint64 limit) {
+        return loadFrame("ep::oiio::CxOiioImageLoader", path, 0, limit).loader->lastError();
+    };
+    const ep::SxFileError refused = reasonUnder(block - 1);
+    QCOMPARE(int(refused.kind), int(ep::ExFileError::TooLarge));
+    QVERIFY2(refused.reason.contains(QString::number(block)), qPrintable(refused.reason));
+    // Then it is found out that the lines are not there.
+    QCOMPARE(int(reasonUnder(10 * block).kind), int(ep::ExFileError::Unreadable));
+}
+
+void OiioDamageTest::dwaIsRefused_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::newRow("DWAA") << 8;
+    QTest::newRow("DWAB") << 9;
+}
+
+void OiioDamageTest::dwaIsRefused()
+{
+    QFETCH(int, code);
+    QByteArray content = soundFile(QStringLiteral("exr"), ep::DataTypeFloat, 3);
+    const QByteArray before("compression\0compression\0\1\0\0\0", 28);
+    QVERIFY(content.contains(before));
+    content[content.indexOf(before) + before.size()] = char(code);
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("dwa.exr"));
+    writeFile(path, content);
+    const ep::SxFileError error = loadFrame("ep::oiio::CxOiioImageLoader", path).loader->lastError();
+    QCOMPARE(int(error.kind), int(ep::ExFileError::Unsupported));
+    QVERIFY2(error.reason.contains(QLatin1String("DWA")), qPrintable(error.reason));
 }
 
 int main(int argc, char** argv)
