@@ -63,10 +63,11 @@ SxFileError findObstacle(const QString& path)
 }
 
 /**
- * A reader of OpenEXR files. Of the two that the library has, the younger misses what a block of lines lacks, and the
- * other takes it from memory that nobody wrote, but for B44, which the younger cannot decompress.
+ * A reader of OpenEXR files. Of the two that the library has, the younger refuses blocks of lines that lack samples,
+ * and the older takes these from memory that nobody wrote. B44, which the younger cannot decompress, is left to the
+ * older.
  */
-std::unique_ptr<OIIO::ImageInput> createExrInput(int compression)
+std::unique_ptr<OIIO::ImageInput> exrReaderFor(int compression)
 {
     constexpr int pxr24 = 5;
     // Which of them it makes, the library is told by a number for the whole process.
@@ -76,19 +77,38 @@ std::unique_ptr<OIIO::ImageInput> createExrInput(int compression)
     return OIIO::ImageInput::create("openexr");
 }
 
-SxFileError createInput(const OiioFormat& format, const QString& path, std::unique_ptr<OIIO::ImageInput>& input)
+SxFileError createExrInput(const QString& path, qint64 memoryLimit, std::unique_ptr<OIIO::ImageInput>& input)
 {
     constexpr int dwaa = 8;
-    const int compression = format.is("openexr") ? exrCompression(path) : 0;
-    if (compression >= dwaa)
+    const ExrHeader header = readExrHeader(path);
+    if (!header.isWhole)
+        return {ExFileError::Unreadable, QStringLiteral("its header announces more than the file has")};
+    if (header.largestBlock > memoryLimit)
+        return internal::pastMemoryLimit(header.largestBlock, memoryLimit);
+    if (header.compression >= dwaa)
         return {ExFileError::Unsupported,
                 QStringLiteral("DWA compression is not read: its decoder is not safe with damaged data")};
+    input = exrReaderFor(header.compression);
+    return {};
+}
+
+/** Makes the reader of @p path, unless the library must not see that file. Null when it has none. */
+SxFileError createInput(const OiioFormat& format, const QString& path, qint64 memoryLimit,
+                        std::unique_ptr<OIIO::ImageInput>& input)
+{
+    if (format.is("openexr"))
+        return createExrInput(path, memoryLimit, input);
+    const QString flaw = headerFlaw(format, path);
+    if (!flaw.isEmpty())
+        return {ExFileError::Unreadable, flaw};
+    const qint64 screenBytes = format.is("gif") ? gifScreenBytes(path) : 0;
+    if (screenBytes > memoryLimit)
+        return internal::pastMemoryLimit(screenBytes, memoryLimit);
     if (format.is("heif"))
         input = std::make_unique<HeifInput>();
     else
-        input = format.is("openexr") ? createExrInput(compression) : OIIO::ImageInput::create(format.name);
-    return input ? SxFileError()
-                 : SxFileError{ExFileError::Unsupported, QStringLiteral("OpenImageIO does not read this format here")};
+        input = OIIO::ImageInput::create(format.name);
+    return {};
 }
 
 }  // namespace
@@ -108,15 +128,11 @@ struct CxOiioImageLoader::Source {
 
 SxFileError CxOiioImageLoader::Source::open(qint64 memoryLimit)
 {
-    const QString flaw = headerFlaw(*format, path);
-    if (!flaw.isEmpty())
-        return {ExFileError::Unreadable, flaw};
-    const qint64 bytes = bytesAtOpening(*format, path);
-    if (bytes > memoryLimit)
-        return internal::pastMemoryLimit(bytes, memoryLimit);
-    const SxFileError failure = createInput(*format, path, input);
-    if (failure)
-        return failure;
+    const SxFileError obstacle = createInput(*format, path, memoryLimit, input);
+    if (obstacle)
+        return obstacle;
+    if (!input)
+        return {ExFileError::Unsupported, QStringLiteral("OpenImageIO does not read this format here")};
     OIIO::ImageSpec spec;
     if (input->open(QFile::encodeName(path).toStdString(), spec, untouched()))
         return {};

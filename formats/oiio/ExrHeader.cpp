@@ -98,54 +98,28 @@ bool readExrPart(QFile& file, ExrPart& part, bool& hasAttributes)
     }
 }
 
-/** What the parts of an OpenEXR file state of their blocks. */
-struct ExrBlocks {
-    qint64 largest = 0;  // in bytes
-    int lastCompression = 0;
-};
-
-/** Reads @p blocks. False when the file ends before its attributes. */
-bool readExrBlocks(const QString& path, ExrBlocks& blocks)
-{
-    constexpr int versionAt = 4, headerBytes = 8;
-    constexpr quint32 hasPartsBit = 0x1000;
-    QFile file(path);
-    const QByteArray header = file.open(QIODevice::ReadOnly) ? file.read(headerBytes) : QByteArray();
-    if (header.size() < headerBytes)
-        return false;
-    const bool hasParts = qFromLittleEndian<quint32>(header.constData() + versionAt) & hasPartsBit;
-    bool isSound = true;
-    // A part without attributes stands behind the last.
-    for (bool isPart = header.startsWith("v/1\1"); isSound && isPart;) {
-        ExrPart part;
-        isSound = readExrPart(file, part, isPart);
-        blocks.largest = std::max(blocks.largest, part.blockBytes());
-        blocks.lastCompression = std::max(blocks.lastCompression, part.compression);
-        isPart = isPart && hasParts;
-    }
-    return isSound;
-}
-
 }  // namespace
 
-QString exrFlaw(const QString& path)
+ExrHeader readExrHeader(const QString& path)
 {
-    ExrBlocks blocks;
-    return readExrBlocks(path, blocks) ? QString() : QStringLiteral("its header announces more than the file has");
-}
-
-qint64 exrBlockBytes(const QString& path)
-{
-    ExrBlocks blocks;
-    readExrBlocks(path, blocks);
-    return blocks.largest;
-}
-
-int exrCompression(const QString& path)
-{
-    ExrBlocks blocks;
-    readExrBlocks(path, blocks);
-    return blocks.lastCompression;
+    constexpr int versionAt = 4, versionBytes = 8;
+    constexpr quint32 hasPartsBit = 0x1000;
+    ExrHeader header;
+    QFile file(path);
+    const QByteArray version = file.open(QIODevice::ReadOnly) ? file.read(versionBytes) : QByteArray();
+    if (version.size() < versionBytes)
+        return header;
+    const bool hasParts = qFromLittleEndian<quint32>(version.constData() + versionAt) & hasPartsBit;
+    header.isWhole = true;
+    // A part without attributes stands behind the last.
+    for (bool isPart = version.startsWith("v/1\1"); header.isWhole && isPart;) {
+        ExrPart part;
+        header.isWhole = readExrPart(file, part, isPart);
+        header.largestBlock = std::max(header.largestBlock, part.blockBytes());
+        header.compression = std::max(header.compression, part.compression);
+        isPart = isPart && hasParts;
+    }
+    return header;
 }
 
 }  // namespace oiio

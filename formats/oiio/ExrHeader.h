@@ -9,18 +9,15 @@
 namespace ep {
 namespace oiio {
 
-/**
- * Why the file @p path must not be opened; empty when it may. The reader takes memory for what an attribute announces,
- * and fills it, before it looks how much of it is there.
- */
-QString exrFlaw(const QString& path);
+/** What the header of an OpenEXR file states, over all its parts. */
+struct ExrHeader {
+    /** False: the file ends before its attributes, for which the reader takes memory, and fills it, before it looks. */
+    bool isWhole = false;
+    qint64 largestBlock = 0;  ///< bytes of the lines, or the tile, that are decompressed at once
+    int compression = 0;      ///< the highest code
+};
 
-/** Bytes of the largest block of lines, or tile, that is decompressed at once, as the header of the file @p path says.
- */
-qint64 exrBlockBytes(const QString& path);
-
-/** The code of the compression of the file @p path; of several, the highest. */
-int exrCompression(const QString& path);
+ExrHeader readExrHeader(const QString& path);
 
 }  // namespace oiio
 }  // namespace ep

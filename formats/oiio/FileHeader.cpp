@@ -1,6 +1,5 @@
 #include "FileHeader.h"
 
-#include "ExrHeader.h"
 #include "JpegHeader.h"
 #include "OiioFormat.h"
 
@@ -101,7 +100,19 @@ QString pngFlaw(const QString& path)
     }
 }
 
-/** What the reader keeps of the screen that the header states. */
+}  // namespace
+
+QString headerFlaw(const OiioFormat& format, const QString& path)
+{
+    if (format.is("ico"))
+        return iconFlaw(path);
+    if (format.is("jpeg"))
+        return jpegFlaw(path);
+    if (format.is("png"))
+        return pngFlaw(path);
+    return format.is("dpx") ? dpxFlaw(path) : QString();
+}
+
 qint64 gifScreenBytes(const QString& path)
 {
     constexpr int widthAt = 6, heightAt = 8, headerBytes = 10, bytesPerPixel = 4;
@@ -111,28 +122,6 @@ qint64 gifScreenBytes(const QString& path)
         return 0;
     return qint64(qFromLittleEndian<quint16>(header.constData() + widthAt))
            * qFromLittleEndian<quint16>(header.constData() + heightAt) * bytesPerPixel;
-}
-
-}  // namespace
-
-QString headerFlaw(const OiioFormat& format, const QString& path)
-{
-    if (format.is("ico"))
-        return iconFlaw(path);
-    if (format.is("jpeg"))
-        return jpegFlaw(path);
-    if (format.is("openexr"))
-        return exrFlaw(path);
-    if (format.is("png"))
-        return pngFlaw(path);
-    return format.is("dpx") ? dpxFlaw(path) : QString();
-}
-
-qint64 bytesAtOpening(const OiioFormat& format, const QString& path)
-{
-    if (format.is("gif"))
-        return gifScreenBytes(path);
-    return format.is("openexr") ? exrBlockBytes(path) : 0;
 }
 
 int pngGrayBits(const QString& path)

@@ -15,12 +15,8 @@ struct OiioFormat;
  * it may. */
 QString headerFlaw(const OiioFormat& format, const QString& path);
 
-/**
- * Bytes that the reader of the file @p path asks for at once by the word of its header, before the size of the image
- * can be judged: the screen of a GIF file, the block of lines of an OpenEXR file. 0 where it asks for none, or is held
- * to a limit by the library.
- */
-qint64 bytesAtOpening(const OiioFormat& format, const QString& path);
+/** Bytes of what the reader of GIF files keeps of the screen that the header of the file @p path states, at once. */
+qint64 gifScreenBytes(const QString& path);
 
 /** Bits per grey sample as the header of the PNG file @p path says; 0 when it is no grey image. */
 int pngGrayBits(const QString& path);
