@@ -113,29 +113,56 @@ void HeifInput::readExif()
                           m_spec);
 }
 
-bool HeifInput::decode()
+std::unique_ptr<heif_image, HeifInput::Release> HeifInput::decodeStatedSize()
 {
+    const int width = std::max(0, heif_image_handle_get_ispe_width(m_handle.get()));
+    const int height = std::max(0, heif_image_handle_get_ispe_height(m_handle.get()));
+    // Three colours of two bytes each; but tiles may be larger than the picture that is cut out of them.
+    constexpr qint64 leastBytes = 8 << 20;
+    const qint64 mostBytes = std::max(leastBytes, 6 * qint64(width) * height);
+    HevcPictureLimit limit(mostBytes);
+    // Tiles that other threads decode are held to the memory limit alone.
+    constexpr int threadsForTiles = 4;
+    heif_context_set_max_decoding_threads(m_context.get(), mostBytes > leastBytes ? threadsForTiles : 0);
+    // A picture of tiles states its size once more; the library wants both sides of that below one limit.
+    heif_context_set_maximum_image_size_limit(m_context.get(), std::max(width, height) + 1);
+
     const heif_chroma chroma = m_spec.nchannels == 4 ? heif_chroma_interleaved_RGBA : heif_chroma_interleaved_RGB;
     heif_image* decoded = nullptr;
-    if (!succeeds(heif_decode_image(m_handle.get(), &decoded, heif_colorspace_RGB, chroma, nullptr)))
-        return false;
+    const heif_error error = heif_decode_image(m_handle.get(), &decoded, heif_colorspace_RGB, chroma, nullptr);
     std::unique_ptr<heif_image, Release> image(decoded);
-    const int width = heif_image_get_width(decoded, heif_channel_interleaved);
-    const int height = heif_image_get_height(decoded, heif_channel_interleaved);
+    if (limit.isPassed() || error.subcode == heif_suberror_Security_limit_exceeded)
+        errorfmt("its header states {} x {} pixels, and its picture is larger", width, height);
+    else if (succeeds(error))
+        return image;
+    return nullptr;
+}
+
+bool HeifInput::isAsStated(const heif_image* image)
+{
+    const int width = heif_image_get_width(image, heif_channel_interleaved);
+    const int height = heif_image_get_height(image, heif_channel_interleaved);
     if (width != m_spec.width || height != m_spec.height) {
         errorfmt("its header states {} x {} pixels, and its picture has {} x {}", m_spec.width, m_spec.height, width,
                  height);
         return false;
     }
     int stride = 0;
-    if (!heif_image_get_plane_readonly(decoded, heif_channel_interleaved, &stride)
-        || heif_image_get_bits_per_pixel(decoded, heif_channel_interleaved) != 8 * m_spec.nchannels
+    if (!heif_image_get_plane_readonly(image, heif_channel_interleaved, &stride)
+        || heif_image_get_bits_per_pixel(image, heif_channel_interleaved) != 8 * m_spec.nchannels
         || stride < static_cast<qint64>(m_spec.scanline_bytes())) {
         errorfmt("its picture has other channels than its header states");
         return false;
     }
-    m_image = std::move(image);
     return true;
+}
+
+bool HeifInput::decode()
+{
+    std::unique_ptr<heif_image, Release> image = decodeStatedSize();
+    if (image && isAsStated(image.get()))
+        m_image = std::move(image);
+    return m_image != nullptr;
 }
 
 }  // namespace oiio

@@ -39,6 +39,8 @@ private:
     bool succeeds(const heif_error& error);
     void describePicture();
     void readExif();
+    std::unique_ptr<heif_image, Release> decodeStatedSize();
+    bool isAsStated(const heif_image* image);
     bool decode();
 
     std::unique_ptr<heif_context, Release> m_context;

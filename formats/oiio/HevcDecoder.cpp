@@ -26,6 +26,7 @@ struct FreePlane {
 using Plane = std::unique_ptr<void, FreePlane>;
 
 std::atomic<qint64> mostBytes{std::numeric_limits<qint64>::max()};
+thread_local HevcPictureLimit* pictureLimit = nullptr;
 
 heif_error success()
 {
@@ -78,7 +79,8 @@ int allocatePlanes(de265_decoder_context*, de265_image_spec* spec, de265_image* 
         const qint64 bytes = planeBytes(*spec, picture, i);
         total += bytes;
         void* memory = nullptr;
-        if (total > mostBytes || posix_memalign(&memory, behind, static_cast<size_t>(bytes) + behind) != 0)
+        if (total > mostBytes || HevcPictureLimit::isPassedBy(total)
+            || posix_memalign(&memory, behind, static_cast<size_t>(bytes) + behind) != 0)
             return 0;
         std::memset(memory, 0, static_cast<size_t>(bytes) + behind);
         planes[i].reset(memory);
@@ -251,6 +253,24 @@ bool useStrictHevcDecoder()
 void limitHevcPictures(qint64 bytes)
 {
     mostBytes = bytes;
+}
+
+HevcPictureLimit::HevcPictureLimit(qint64 bytes) : m_outer(pictureLimit), m_bytes(bytes)
+{
+    pictureLimit = this;
+}
+
+HevcPictureLimit::~HevcPictureLimit()
+{
+    pictureLimit = m_outer;
+}
+
+bool HevcPictureLimit::isPassedBy(qint64 bytes)
+{
+    const bool isPassed = pictureLimit && bytes > pictureLimit->m_bytes;
+    if (isPassed)
+        pictureLimit->m_isPassed = true;
+    return isPassed;
 }
 
 }  // namespace oiio

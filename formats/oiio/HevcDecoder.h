@@ -23,5 +23,25 @@ bool useStrictHevcDecoder();
 /** Has the decoder refuse pictures of more than @p bytes, from here on and in every thread. */
 void limitHevcPictures(qint64 bytes);
 
+/** Has the decoder refuse, while it lives, larger pictures that the thread decodes which made it. */
+class HevcPictureLimit {
+public:
+    explicit HevcPictureLimit(qint64 bytes);
+    ~HevcPictureLimit();
+    HevcPictureLimit(const HevcPictureLimit&) = delete;
+    HevcPictureLimit& operator=(const HevcPictureLimit&) = delete;
+
+    /** True when a picture was refused for its size. */
+    bool isPassed() const { return m_isPassed; }
+
+    /** True when this thread may not decode a picture of @p bytes. */
+    static bool isPassedBy(qint64 bytes);
+
+private:
+    HevcPictureLimit* m_outer;
+    qint64 m_bytes;
+    bool m_isPassed = false;
+};
+
 }  // namespace oiio
 }  // namespace ep

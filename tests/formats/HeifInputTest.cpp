@@ -81,6 +81,15 @@ void stateSize(QByteArray& file, quint32 width, quint32 height)
     qToBigEndian(height, file.data() + at + 4);
 }
 
+/** How a file says that one tile makes up a picture of this size. */
+QByteArray tilesOf(quint16 width, quint16 height)
+{
+    QByteArray words(8, '\0');
+    qToBigEndian(width, words.data() + 4);
+    qToBigEndian(height, words.data() + 6);
+    return words;
+}
+
 }  // namespace
 
 class HeifInputTest : public QObject {
@@ -156,6 +165,30 @@ private slots:
         QVERIFY(!loaded.data);
         const QString reason = loaded.loader->lastError().reason;
         QVERIFY2(!reason.isEmpty() && !reason.contains(QLatin1String("512")), qPrintable(reason));
+    }
+
+    void picturesMuchLargerThanTheirHeaderSaysAreNotDecoded_data()
+    {
+        QTest::addColumn<QByteArray>("sound");
+        QTest::addColumn<QByteArray>("damaged");
+        const QByteArray large = heifFile({0}, 2560);
+        QByteArray belittled = large;
+        stateSize(belittled, 64, 64);
+        QTest::newRow("one picture") << large << belittled;
+        const QByteArray tiled = savedFile(40, 34);
+        QTest::newRow("tiles") << tiled << QByteArray(tiled).replace(tilesOf(40, 34), tilesOf(40 << 8, 34 << 8));
+    }
+
+    void picturesMuchLargerThanTheirHeaderSaysAreNotDecoded()
+    {
+        QFETCH(QByteArray, sound);
+        QFETCH(QByteArray, damaged);
+        QVERIFY(damaged != sound);
+        QVERIFY(load(sound).data);
+        const LoadedFrame loaded = load(damaged);
+        QVERIFY(!loaded.data);
+        const QString reason = loaded.loader->lastError().reason;
+        QVERIFY2(reason.contains(QLatin1String("and its picture is larger")), qPrintable(reason));
     }
 
     void eachPictureIsAFrame()
