@@ -1,5 +1,6 @@
 #include "FileHeader.h"
 
+#include "HeifHeader.h"
 #include "JpegHeader.h"
 #include "OiioFormat.h"
 
@@ -104,6 +105,8 @@ QString pngFlaw(const QString& path)
 
 QString headerFlaw(const OiioFormat& format, const QString& path)
 {
+    if (format.is("heif"))
+        return heifFlaw(path);
     if (format.is("ico"))
         return iconFlaw(path);
     if (format.is("jpeg"))
