@@ -7,13 +7,20 @@
 #include <ep/CxSafeFile.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
 #include <system_error>
 #include <thread>
 
-#include <sys/resource.h>
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace {
@@ -26,11 +33,27 @@ bool isIgnored(int signal)
 
 std::atomic<bool> isInterrupted{false};
 
-/** From now on no file can be opened or created: else the command at work might make a file anew that is given up. */
-void openNoMoreFiles()
+/**
+ * From now on no thread can create a file: else the command at work might make a file anew that is given up. Everything
+ * else goes on; libraries end the process when they get no pipe, for instance.
+ */
+void createNoMoreFiles()
 {
-    const struct rlimit none = {};
-    setrlimit(RLIMIT_NOFILE, &none);
+    constexpr unsigned int refuse = SECCOMP_RET_ERRNO | EROFS;
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+#ifdef SYS_creat
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_creat, 3, 0),
+#endif
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args) + 2 * sizeof(seccomp_data::args[0])),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, O_CREAT, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, refuse),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    sock_fprog program{static_cast<unsigned short>(std::size(filter)), filter};
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_TSYNC, &program);
 }
 
 /** A thread may do what a signal handler may not, so it is a thread that the signals go to. */
@@ -40,7 +63,7 @@ void openNoMoreFiles()
     while (sigwait(&interrupts, &signal) != 0 || (signal != SIGXCPU && InterruptHandler::takesInterrupt()))
         continue;
     isInterrupted = true;
-    openNoMoreFiles();
+    createNoMoreFiles();
     ep::CxSafeFile::abandonAll();
     if (signal != SIGXCPU)
         _exit(static_cast<int>(ExitCode::Cancelled));

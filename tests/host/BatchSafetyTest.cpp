@@ -177,10 +177,14 @@ void BatchSafetyTest::aSecondInterruptEndsAtOnce()
     // Two pending signals of one kind are one.
     ::kill(id, SIGTERM);
     QVERIFY(process.waitForFinished());
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(process.exitCode(), 130);
-    QCOMPARE(process.readAllStandardOutput(), QByteArray());
-    QVERIFY(!process.readAllStandardError().contains("the program is ending"));
+    const QByteArray said = process.readAllStandardError();
+    QVERIFY2(process.exitStatus() == QProcess::NormalExit,
+             "signal " + QByteArray::number(process.exitCode()) + '\n' + said);
+    QVERIFY2(process.exitCode() == 130, said);
+    // On a busy machine the first one may have ended the run before the second is seen.
+    const QByteArray summary = process.readAllStandardOutput();
+    QVERIFY2(summary.isEmpty() || summary.startsWith("cancelled: "), summary);
+    QVERIFY(!said.contains("the program is ending"));
     const int whole = wholeFiles("out");
     QVERIFY(whole >= 0 && whole < fileCount);
     QCOMPARE(m_files.names("out").size(), whole);
