@@ -81,8 +81,8 @@ SxFileError createExrInput(const QString& path, qint64 memoryLimit, std::unique_
 {
     constexpr int dwaa = 8;
     const ExrHeader header = readExrHeader(path);
-    if (!header.isWhole)
-        return {ExFileError::Unreadable, QStringLiteral("its header announces more than the file has")};
+    if (!header.flaw.isEmpty())
+        return {ExFileError::Unreadable, header.flaw};
     if (header.largestBlock > memoryLimit)
         return internal::pastMemoryLimit(header.largestBlock, memoryLimit);
     if (header.compression >= dwaa)
