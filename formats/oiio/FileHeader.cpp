@@ -1,10 +1,11 @@
 #include "FileHeader.h"
 
+#include "DpxHeader.h"
 #include "HeifHeader.h"
+#include "Jpeg2000Header.h"
 #include "JpegHeader.h"
 #include "OiioFormat.h"
-
-#include <ep/internal/CheckedSize.h>
+#include "WebpHeader.h"
 
 #include <QFile>
 #include <QtEndian>
@@ -19,7 +20,8 @@ QByteArray beginning(QFile& file, int bytes)
     return content.size() == bytes ? content : QByteArray();
 }
 
-/** The reader does not miss the end of a picture's mask, so that a file cut short would seem whole. */
+/** The reader does not miss the end of a picture's mask, so that a file cut short would seem whole. Of a PNG file in an
+ * icon it goes on to read when there is an error in it. */
 QString iconFlaw(const QString& path)
 {
     constexpr int directoryAt = 6;
@@ -38,50 +40,10 @@ QString iconFlaw(const QString& path)
             qint64(qFromLittleEndian<quint32>(entry + offsetAt)) + qFromLittleEndian<quint32>(entry + lengthAt);
         if (end > file.size())
             return QStringLiteral("the file is too short for its picture");
+        if (!file.seek(qFromLittleEndian<quint32>(entry + offsetAt)) || file.read(4) == "\x89PNG")
+            return QStringLiteral("a picture in it is a PNG file, which OpenImageIO does not read safely from there");
     }
     return QString();
-}
-
-/** Samples per pixel by the descriptor of an element; the fewest where that is not told. */
-qint64 dpxSamplesPerPixel(uchar descriptor)
-{
-    switch (descriptor) {
-    case 50:
-    case 101:
-    case 102: return 3;
-    case 51:
-    case 52:
-    case 103: return 4;
-    case 100: return 2;
-    default: return descriptor >= 150 && descriptor <= 156 ? descriptor - 148 : 1;
-    }
-}
-
-/** The reader takes what a file lacks from memory that nobody wrote, and believes in any size of user data. */
-QString dpxFlaw(const QString& path)
-{
-    constexpr int userDataAt = 32, widthAt = 772, heightAt = 776, descriptorAt = 800, bitsAt = 803, encodingAt = 806;
-    constexpr int headerBytes = 808;
-    constexpr quint32 notStated = 0xffffffff;
-    QFile file(path);
-    const QByteArray header = beginning(file, headerBytes);
-    if (header.isEmpty())
-        return QStringLiteral("the file ends inside its header");
-    const bool isLittle = header.startsWith("XPDS");
-    const auto number = [&](int at) {
-        const char* bytes = header.constData() + at;
-        return isLittle ? qFromLittleEndian<quint32>(bytes) : qFromBigEndian<quint32>(bytes);
-    };
-    if (number(userDataAt) != notStated && number(userDataAt) > file.size())
-        return QStringLiteral("its header announces more user data than the file has bytes");
-    const auto byte = [&](int at) { return static_cast<uchar>(header.at(at)); };
-    // Of any other number, the reader makes samples of 64 bits that the file does not have.
-    if (!QByteArray("\1\10\12\14\20\40\100").contains(header.at(bitsAt)))
-        return QStringLiteral("its header states samples of %1 bits").arg(byte(bitsAt));
-    const bool isPlain = byte(encodingAt) == 0 && byte(encodingAt + 1) == 0;
-    const internal::CheckedSize bits = internal::CheckedSize(number(widthAt)) * number(heightAt) * byte(bitsAt)
-                                       * dpxSamplesPerPixel(byte(descriptorAt));
-    return isPlain && !bits.fits(8 * file.size()) ? QStringLiteral("the file is too short for its samples") : QString();
 }
 
 /** The reader takes memory for what a chunk announces before it looks how much of it is there. */
@@ -111,8 +73,12 @@ QString headerFlaw(const OiioFormat& format, const QString& path)
         return iconFlaw(path);
     if (format.is("jpeg"))
         return jpegFlaw(path);
+    if (format.is("jpeg2000"))
+        return jpeg2000Flaw(path);
     if (format.is("png"))
         return pngFlaw(path);
+    if (format.is("webp"))
+        return webpFlaw(path);
     return format.is("dpx") ? dpxFlaw(path) : QString();
 }
 
