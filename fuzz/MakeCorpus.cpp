@@ -1,4 +1,5 @@
 // Writes the files that inputs are made from: a folder per entry, of what this library and other programs write.
+#include "DicomFile.h"
 #include "DngFiles.h"
 #include "Files.h"
 #include "FullMetadata.h"
@@ -13,6 +14,7 @@
 #include <QProcess>
 
 #include <cstdio>
+#include <numeric>
 
 using namespace testing;
 using Manager = ep::CxImageFormatManager;
@@ -160,6 +162,9 @@ void addOtherImages()
                  {"dpx", words.image()},  {"gif", see.image()},    {"ico", see.image()},   {"hdr", real.image()}};
     for (const auto& file : files)
         save("Oiio", QStringLiteral("image.") + QLatin1String(file.suffix), file.image);
+    QVector<int> samples(40 * 34);
+    std::iota(samples.begin(), samples.end(), 0);
+    add("Oiio", QStringLiteral("scan.dcm"), dicomFile({40, 34}, samples, "MONOCHROME2", false));
 }
 
 /** Has another program add what it writes. */

@@ -1,11 +1,15 @@
 // An input is a file of a format that OpenImageIO serves, told by how it begins.
+#include "FormatPlugin.h"
 #include "Fuzzing.h"
+
+#include <ep/CxImageFormatManager.h>
 
 #include <QtEndian>
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <random>
 
 #include <zlib.h>
@@ -19,9 +23,10 @@ struct Beginning {
 };
 
 constexpr Beginning beginnings[] = {
-    {0, "\x89PNG", "png"}, {0, "\xff\xd8", "jpg"}, {4, "jP  ", "jp2"}, {0, "v/1\1", "exr"},
-    {8, "WEBP", "webp"},   {4, "ftyp", "heic"},    {0, "BM", "bmp"},   {0, "SDPX", "dpx"},
-    {0, "XPDS", "dpx"},    {0, "GIF8", "gif"},     {2, "\1", "ico"},   {0, "#?", "hdr"},
+    {0, "\x89PNG", "png"}, {0, "\xff\xd8", "jpg"}, {4, "jP  ", "jp2"},      {0, "v/1\1", "exr"},
+    {8, "WEBP", "webp"},   {4, "ftyp", "heic"},    {0, "BM", "bmp"},        {0, "SDPX", "dpx"},
+    {0, "XPDS", "dpx"},    {0, "GIF8", "gif"},     {2, "\1", "ico"},        {0, "#?", "hdr"},
+    {128, "DICM", "dcm"},  {0, "\xff\x4f", "j2k"}, {26, "\xff\xfe", "rla"},
 };
 
 /** Targa files begin with nothing of their own. */
@@ -52,12 +57,32 @@ void mendPngSums(uint8_t* data, size_t size)
     }
 }
 
+/** Loads what a file has behind its first frame, which the format manager does not hand out. */
+void loadFurtherFrames(const QString& path)
+{
+    constexpr int mostFrames = 3;
+    const auto loader =
+        testing::makeRegistered<ep::IxImageDataLoader>("ep::oiio::CxOiioImageLoader", "IxImageDataLoader");
+    loader->setMemoryLimit(ep::CxImageFormatManager::instance()->memoryLimit());
+    loader->setFileName(path);
+    const int frames = loader->open() ? std::min(mostFrames, loader->frameCount()) : 0;
+    for (int frame = 1; frame < frames; ++frame) {
+        const std::unique_ptr<ep::CxImageData> image(loader->imageData(frame));
+        fuzzing::outcome().add(image != nullptr);
+        if (image)
+            fuzzing::outcome().add(image->image());
+    }
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const auto file = QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<int>(size));
-    fuzzing::loadAsImage(data, size, suffixOf(file));
+    const char* const suffix = suffixOf(file);
+    fuzzing::loadAsImage(data, size, suffix);
+    if (fuzzing::outcome().isAccepted())
+        loadFurtherFrames(fuzzing::inputFile(data, size, suffix));
     return 0;
 }
 

@@ -1,5 +1,6 @@
-"""Adds what SciPy, Astropy, tifffile and Pillow write to the corpora in the current folder."""
+"""Adds what SciPy, Astropy, tifffile, Pillow and OpenImageIO write to the corpora in the current folder."""
 import numpy as np
+import OpenImageIO
 import scipy.io
 import scipy.sparse
 import tifffile
@@ -35,3 +36,29 @@ picture.convert('L').save('Oiio/progressive.jpg', progressive=True)
 picture.convert('P').save('Oiio/run.bmp')
 picture.save('Oiio/frames.gif', save_all=True, append_images=[picture.rotate(90, expand=True)])
 picture.save('Oiio/run.tga', compression='tga_rle')
+picture.save('Oiio/lossless.webp', lossless=True)
+picture.save('Oiio/frames.webp', save_all=True, append_images=[picture.rotate(180)])
+picture.save('Oiio/codestream.j2k')
+
+
+def write(name, attributes, tile=0):
+    """A file that is stored as @p attributes say, by OpenImageIO."""
+    kind = 'float' if name.endswith('.exr') else 'uint16'
+    spec = OpenImageIO.ImageSpec(15, 12, 3, kind)
+    spec.tile_width = spec.tile_height = tile
+    for attribute, value in attributes.items():
+        spec.attribute(attribute, value)
+    output = OpenImageIO.ImageOutput.create('Oiio/' + name)
+    samples = np.dstack([words * 40] * 3).astype(kind.replace('float', 'float32'))
+    if not (output.open('Oiio/' + name, spec) and output.write_image(samples)):
+        raise SystemExit(f'{name}: {output.geterror()}')
+    output.close()
+
+
+write('words.rla', {})
+write('packed10.dpx', {'oiio:BitsPerSample': 10, 'dpx:Packing': 'Packed'})
+write('filled10.dpx', {'oiio:BitsPerSample': 10, 'dpx:Packing': 'Filled, method A'})
+write('packed12.dpx', {'oiio:BitsPerSample': 12})
+write('plain.exr', {'compression': 'none'})
+write('tiles.exr', {'compression': 'none'}, tile=8)
+write('zips.exr', {'compression': 'zips'})

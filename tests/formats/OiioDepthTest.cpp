@@ -1,4 +1,5 @@
 // Samples of fewer bits than their type, and what foreign programs make of our files and we of theirs.
+#include "DicomFile.h"
 #include "FormatPlugin.h"
 #include "Program.h"
 #include "TestImages.h"
@@ -50,34 +51,10 @@ QByteArray pngOfBits(int bits)
            + chunk("IEND", QByteArray());
 }
 
-QByteArray element(int group, int number, const char* kind, QByteArray value)
-{
-    const bool isLong = qstrcmp(kind, "OW") == 0 || qstrcmp(kind, "OB") == 0;
-    if (value.size() % 2)
-        value += qstrcmp(kind, "CS") == 0 ? ' ' : '\0';
-    const auto little = [](int word) { return QByteArray(1, static_cast<char>(word)) + static_cast<char>(word >> 8); };
-    return little(group) + little(number) + kind + (isLong ? QByteArray(2, '\0') : QByteArray()) + little(value.size())
-           + (isLong ? QByteArray(2, '\0') : QByteArray()) + value;
-}
-
-QByteArray word(int value)
-{
-    return QByteArray(1, static_cast<char>(value)) + static_cast<char>(value >> 8);
-}
-
 /** A DICOM file of 2 x 2 samples of 12 bits in 16. */
 QByteArray dicom(const char* meaning, bool isSigned)
 {
-    QByteArray meta = element(2, 1, "OB", QByteArray("\0\1", 2)) + element(2, 2, "UI", "1.2.840.10008.5.1.4.1.1.7")
-                      + element(2, 3, "UI", "1.2.3") + element(2, 0x10, "UI", "1.2.840.10008.1.2.1");
-    meta.prepend(element(2, 0, "UL", word(meta.size()) + word(0)));
-    const QByteArray image = element(8, 0x16, "UI", "1.2.840.10008.5.1.4.1.1.7") + element(8, 0x18, "UI", "1.2.3")
-                             + element(0x28, 2, "US", word(1)) + element(0x28, 4, "CS", meaning)
-                             + element(0x28, 0x10, "US", word(2)) + element(0x28, 0x11, "US", word(2))
-                             + element(0x28, 0x100, "US", word(16)) + element(0x28, 0x101, "US", word(12))
-                             + element(0x28, 0x102, "US", word(11)) + element(0x28, 0x103, "US", word(isSigned))
-                             + element(0x7fe0, 0x10, "OW", word(0) + word(1) + word(100) + word(4095));
-    return QByteArray(128, '\0') + "DICM" + meta + image;
+    return dicomFile({2, 2}, {0, 1, 100, 4095}, meaning, isSigned);
 }
 
 void writeFile(const QString& path, const QByteArray& content)
