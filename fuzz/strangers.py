@@ -38,6 +38,7 @@ picture.save('Oiio/frames.gif', save_all=True, append_images=[picture.rotate(90,
 picture.save('Oiio/run.tga', compression='tga_rle')
 picture.save('Oiio/lossless.webp', lossless=True)
 picture.save('Oiio/frames.webp', save_all=True, append_images=[picture.rotate(180)])
+picture.quantize(16).save('Oiio/few.gif')
 picture.save('Oiio/codestream.j2k')
 
 

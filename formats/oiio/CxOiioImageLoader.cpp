@@ -2,6 +2,7 @@
 
 #include "ExrHeader.h"
 #include "FileHeader.h"
+#include "GifHeader.h"
 #include "HeifInput.h"
 #include "HevcDecoder.h"
 #include "OiioFormat.h"
@@ -98,12 +99,12 @@ SxFileError createInput(const OiioFormat& format, const QString& path, qint64 me
 {
     if (format.is("openexr"))
         return createExrInput(path, memoryLimit, input);
-    const QString flaw = headerFlaw(format, path);
-    if (!flaw.isEmpty())
-        return {ExFileError::Unreadable, flaw};
     const qint64 screenBytes = format.is("gif") ? gifScreenBytes(path) : 0;
     if (screenBytes > memoryLimit)
         return internal::pastMemoryLimit(screenBytes, memoryLimit);
+    const QString flaw = headerFlaw(format, path);
+    if (!flaw.isEmpty())
+        return {ExFileError::Unreadable, flaw};
     if (format.is("heif"))
         input = std::make_unique<HeifInput>();
     else

@@ -1,6 +1,7 @@
 #include "FileHeader.h"
 
 #include "DpxHeader.h"
+#include "GifHeader.h"
 #include "HeifHeader.h"
 #include "Jpeg2000Header.h"
 #include "JpegHeader.h"
@@ -67,6 +68,8 @@ QString pngFlaw(const QString& path)
 
 QString headerFlaw(const OiioFormat& format, const QString& path)
 {
+    if (format.is("gif"))
+        return gifFlaw(path);
     if (format.is("heif"))
         return heifFlaw(path);
     if (format.is("ico"))
@@ -80,17 +83,6 @@ QString headerFlaw(const OiioFormat& format, const QString& path)
     if (format.is("webp"))
         return webpFlaw(path);
     return format.is("dpx") ? dpxFlaw(path) : QString();
-}
-
-qint64 gifScreenBytes(const QString& path)
-{
-    constexpr int widthAt = 6, heightAt = 8, headerBytes = 10, bytesPerPixel = 4;
-    QFile file(path);
-    const QByteArray header = beginning(file, headerBytes);
-    if (header.isEmpty())
-        return 0;
-    return qint64(qFromLittleEndian<quint16>(header.constData() + widthAt))
-           * qFromLittleEndian<quint16>(header.constData() + heightAt) * bytesPerPixel;
 }
 
 int pngGrayBits(const QString& path)

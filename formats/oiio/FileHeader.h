@@ -15,9 +15,6 @@ struct OiioFormat;
  * it may. */
 QString headerFlaw(const OiioFormat& format, const QString& path);
 
-/** Bytes of what the reader of GIF files keeps of the screen that the header of the file @p path states, at once. */
-qint64 gifScreenBytes(const QString& path);
-
 /** Bits per grey sample as the header of the PNG file @p path says; 0 when it is no grey image. */
 int pngGrayBits(const QString& path);
 

@@ -54,9 +54,16 @@ QString jpeg2000Flaw(const QString& path)
         const qint64 step = std::max<qint64>(1, number(4 + direction));
         tiles = tiles * ((length + step - 1) / step);
     }
-    return (tiles * leastTileBytes).fits(file.size())
-               ? QString()
-               : QStringLiteral("its header announces more tiles than the file can have");
+    if (!(tiles * leastTileBytes).fits(file.size()))
+        return QStringLiteral("its header announces more tiles than the file can have");
+    // Of each channel, its depth, and how far apart its samples are across and down.
+    constexpr int countBytes = 2, channelBytes = 3;
+    const QByteArray count = file.read(countBytes);
+    const int channels = count.size() == countBytes ? qFromBigEndian<quint16>(count.constData()) : 0;
+    for (int i = 0; i < channels; ++i)
+        if (!file.read(channelBytes).endsWith(QByteArray("\1\1", 2)))
+            return QStringLiteral("its channels have fewer samples than it has pixels");
+    return QString();
 }
 
 }  // namespace oiio

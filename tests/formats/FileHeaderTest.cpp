@@ -61,6 +61,16 @@ QByteArray animation(const QSize& canvas, const QPoint& place)
     return "RIFF" + number(content.size(), 4) + content;
 }
 
+/** A GIF file of two colours and of the samples @p left and @p right. */
+QByteArray gif(int left, int right)
+{
+    constexpr int codeBits = 3, clear = 4, end = 5;
+    const int codes = clear | left << codeBits | right << 2 * codeBits | end << 3 * codeBits;
+    return "GIF89a" + number(2, 2) + number(1, 2) + QByteArray("\x80\0\0", 3) + QByteArray("\0\0\0\xff\xff\xff", 6)
+           + ',' + number(0, 4) + number(2, 2) + number(1, 2) + number(0, 1) + number(codeBits - 1, 1) + number(2, 1)
+           + number(codes, 2) + number(0, 1) + ';';
+}
+
 }  // namespace
 
 class FileHeaderTest : public QObject {
@@ -78,6 +88,8 @@ void FileHeaderTest::whatWouldBeMisreadIsRefused_data()
     const QString isSmall = QStringLiteral("its first frame is smaller than its header states");
     // A sum in it that is not right ends the reader of icons with a fault.
     QTest::newRow("an icon that is a PNG file") << "ico" << icon(savedFile("png")) << "a picture in it is a PNG file";
+    QTest::newRow("samples that have a colour") << "gif" << gif(1, 0) << QString();
+    QTest::newRow("a sample that has no colour") << "gif" << gif(1, 3) << "some of its samples have no colour";
     QTest::newRow("an animation") << "webp" << animation({columns, lines}, {0, 0}) << QString();
     QTest::newRow("a wider animation") << "webp" << animation({columns + 2, lines}, {0, 0}) << isSmall;
     QTest::newRow("a higher animation") << "webp" << animation({columns, lines + 1}, {0, 0}) << isSmall;
@@ -90,6 +102,10 @@ void FileHeaderTest::whatWouldBeMisreadIsRefused_data()
         qToBigEndian(quint32(lines) << 17, file.data() + sizeAt + 4);
         QTest::addRow("too many tiles of a %s file", kind)
             << kind << file << "announces more tiles than the file can have";
+        file = savedFile(kind);
+        file[sizeAt + 32 + 2 + 1] = 2;
+        QTest::addRow("a channel of half the columns in a %s file", kind)
+            << kind << file << "its channels have fewer samples than it has pixels";
     }
     QByteArray narrow = animation({columns, lines}, {0, 0});
     narrow[narrow.indexOf("\x9d\x01\x2a") + 3] = columns - 4;
