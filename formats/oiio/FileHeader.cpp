@@ -64,25 +64,22 @@ QString pngFlaw(const QString& path)
     }
 }
 
+constexpr struct {
+    const char* format;
+    QString (*flawOf)(const QString& path);
+} checks[] = {
+    {"dpx", dpxFlaw},   {"gif", gifFlaw},           {"heif", heifFlaw}, {"ico", iconFlaw},
+    {"jpeg", jpegFlaw}, {"jpeg2000", jpeg2000Flaw}, {"png", pngFlaw},   {"webp", webpFlaw},
+};
+
 }  // namespace
 
 QString headerFlaw(const OiioFormat& format, const QString& path)
 {
-    if (format.is("gif"))
-        return gifFlaw(path);
-    if (format.is("heif"))
-        return heifFlaw(path);
-    if (format.is("ico"))
-        return iconFlaw(path);
-    if (format.is("jpeg"))
-        return jpegFlaw(path);
-    if (format.is("jpeg2000"))
-        return jpeg2000Flaw(path);
-    if (format.is("png"))
-        return pngFlaw(path);
-    if (format.is("webp"))
-        return webpFlaw(path);
-    return format.is("dpx") ? dpxFlaw(path) : QString();
+    for (const auto& check : checks)
+        if (format.is(check.format))
+            return check.flawOf(path);
+    return QString();
 }
 
 int pngGrayBits(const QString& path)
