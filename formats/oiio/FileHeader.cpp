@@ -11,6 +11,9 @@
 #include <QFile>
 #include <QtEndian>
 
+#include <algorithm>
+#include <iterator>
+
 namespace ep {
 namespace oiio {
 namespace {
@@ -64,12 +67,47 @@ QString pngFlaw(const QString& path)
     }
 }
 
+/** The reader takes what a header of another length says from memory that nobody wrote. */
+QString bmpFlaw(const QString& path)
+{
+    constexpr int lengthAt = 14, lengthBytes = 4;
+    constexpr quint32 lengths[] = {12, 40, 52, 56, 108, 124};
+    QFile file(path);
+    const QByteArray header = beginning(file, lengthAt + lengthBytes);
+    if (header.isEmpty())
+        return QStringLiteral("the file ends inside its header");
+    const auto length = qFromLittleEndian<quint32>(header.constData() + lengthAt);
+    const bool isKnown = std::find(std::begin(lengths), std::end(lengths), length) != std::end(lengths);
+    return isKnown ? QString() : QStringLiteral("its header states a length of %1 bytes").arg(length);
+}
+
+/** The reader looks for the end of the texts in the metadata of a Targa file, and takes what the file lacks of them
+ * from memory that nobody wrote. */
+QString targaFlaw(const QString& path)
+{
+    constexpr int footerBytes = 26, signatureAt = 8, metadataBytes = 495;
+    constexpr int textEnds[] = {42, 123, 204, 285, 366, 419, 466};
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || !file.seek(std::max<qint64>(0, file.size() - footerBytes)))
+        return QString();
+    const QByteArray footer = file.read(footerBytes);
+    const qint64 place = footer.size() < footerBytes ? 0 : qFromLittleEndian<quint32>(footer.constData());
+    if (place == 0 || footer.mid(signatureAt, 16) != "TRUEVISION-XFILE")
+        return QString();
+    const QByteArray metadata = file.seek(place) ? file.read(metadataBytes) : QByteArray();
+    if (metadata.size() < metadataBytes)
+        return QStringLiteral("its header announces more metadata than it has");
+    const bool haveEnds =
+        std::all_of(std::begin(textEnds), std::end(textEnds), [&](int end) { return metadata.at(end) == 0; });
+    return haveEnds ? QString() : QStringLiteral("a text in its metadata has no end");
+}
+
 constexpr struct {
     const char* format;
     QString (*flawOf)(const QString& path);
 } checks[] = {
-    {"dpx", dpxFlaw},   {"gif", gifFlaw},           {"heif", heifFlaw}, {"ico", iconFlaw},
-    {"jpeg", jpegFlaw}, {"jpeg2000", jpeg2000Flaw}, {"png", pngFlaw},   {"webp", webpFlaw},
+    {"bmp", bmpFlaw},   {"dpx", dpxFlaw},           {"gif", gifFlaw}, {"heif", heifFlaw},   {"ico", iconFlaw},
+    {"jpeg", jpegFlaw}, {"jpeg2000", jpeg2000Flaw}, {"png", pngFlaw}, {"targa", targaFlaw}, {"webp", webpFlaw},
 };
 
 }  // namespace

@@ -107,6 +107,17 @@ void FileHeaderTest::whatWouldBeMisreadIsRefused_data()
         QTest::addRow("a channel of half the columns in a %s file", kind)
             << kind << file << "its channels have fewer samples than it has pixels";
     }
+    QByteArray bitmap = savedFile("bmp");
+    bitmap[14] = 41;
+    QTest::newRow("a BMP header of another length") << "bmp" << bitmap << "states a length of 41 bytes";
+    QByteArray texts = savedFile("tga");
+    QTest::newRow("texts of a Targa file") << "tga" << texts << QString();
+    const int metadataAt = texts.size() - 26 - 495;
+    texts[metadataAt + 42] = 'x';
+    QTest::newRow("an author without an end") << "tga" << texts << "a text in its metadata has no end";
+    texts = savedFile("tga");
+    texts.remove(metadataAt, 100);
+    QTest::newRow("metadata that are cut") << "tga" << texts << "announces more metadata than it has";
     QByteArray narrow = animation({columns, lines}, {0, 0});
     narrow[narrow.indexOf("\x9d\x01\x2a") + 3] = columns - 4;
     QTest::newRow("a frame whose picture is smaller") << "webp" << narrow << isSmall;
