@@ -18,6 +18,7 @@ enum Tag {
     TagTileOffsets = 324,
     TagTileByteCounts = 325,
     TagSampleFormat = 339,
+    TagXmp = 700,
     TagCfaRepeatPatternDim = 33421,
     TagCfaPattern = 33422,
     TagDateTimeOriginal = 36867,
@@ -41,6 +42,13 @@ QByteArray readBytes(void* stream, int count)
         static_cast<LibRaw_abstract_datastream*>(stream)->read(bytes.data(), 1, static_cast<size_t>(bytes.size()));
     bytes.truncate(std::max(got, 0));
     return bytes;
+}
+
+/** Whether LibRaw takes what the file lacks of this tag, of @p bytes bytes, from memory that nobody wrote. */
+bool isReadBehindEnd(int tag, int bytes, void* stream)
+{
+    auto* file = static_cast<LibRaw_abstract_datastream*>(stream);
+    return (tag == TagXmp || tag == TagCfaPattern) && file->tell() + bytes > file->size();
 }
 
 /** The numbers of a tag; fewer than told where the file ends. */
@@ -116,6 +124,8 @@ void RawTags::note(void* self, int tag, int type, int count, unsigned int order,
     auto* tags = static_cast<RawTags*>(self);
     // LibRaw 0.20 runs past all bounds on a pattern of this length, unless it knows the cell already.
     if ((tag & 0xffff) == TagCfaPattern && count == xTransPlaces && tags->m_identity.filters != LIBRAW_XTRANS)
+        throw LIBRAW_EXCEPTION_IO_CORRUPT;
+    if (isReadBehindEnd(tag & 0xffff, count, stream))
         throw LIBRAW_EXCEPTION_IO_CORRUPT;
     // LibRaw puts the number of the directory, from 1 on, above the tag, and between them what is neither TIFF nor
     // Exif: makers' notes and the like.

@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QTemporaryDir>
+#include <QtEndian>
 #include <QtTest>
 
 #include <tiffio.h>
@@ -105,6 +106,19 @@ private slots:
             QVERIFY(frame.data ? ep::SameSamples(frame.image(), complete->image())
                                : !frame.loader->lastError().reason.isEmpty());
         }
+    }
+
+    // Else they would be what memory held.
+    void metadataPastTheEndAreRefused()
+    {
+        QByteArray file = dngBytes(QStringLiteral("none"));
+        const int entry = file.indexOf(QByteArray("\xbc\x02\x01\0", 4));
+        QVERIFY(entry > 0);
+        qToLittleEndian(quint32(file.size()), file.data() + entry + 4);
+        QVERIFY(writeFile(path(), file));
+        const LoadedFrame frame = loadFrame(loaders[0].toLatin1().constData(), path());
+        QVERIFY(!frame.data);
+        QVERIFY(frame.loader->lastError().reason.contains(QLatin1String("ends too early")));
     }
 
     void missingSamplesAreNoticed_data()
